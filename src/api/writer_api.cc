@@ -1,0 +1,33 @@
+// Writer lifecycle and folder exports.
+#include "api/barrier.h"
+#include "core/virel.h"
+#include "core/writer_impl.h"
+#include "virel.h"
+
+using virel::Virel;
+using virel::api::CopyText;
+using virel::api::Guarded;
+
+namespace {
+Virel* AsVirel(virel_writer* w) { return reinterpret_cast<Virel*>(w); }
+}  // namespace
+
+extern "C" {
+
+VIREL_API virel_writer* virel_create_writer(const char* path) {
+  return Guarded<virel_writer*>(nullptr, [&] {
+    return reinterpret_cast<virel_writer*>(new Virel(CopyText(path, "out.pst")));
+  });
+}
+
+VIREL_API void virel_close(virel_writer* writer) {
+  if (writer == nullptr) return;
+  Guarded([&] { AsVirel(writer)->impl().close(); });
+}
+
+VIREL_API void virel_destroy_writer(virel_writer* writer) {
+  // Destruction closes an unclosed writer; a failure there is fatal.
+  delete AsVirel(writer);
+}
+
+}  // extern "C"

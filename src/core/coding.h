@@ -1,0 +1,68 @@
+// Little-endian put/get helpers: the only place that turns integers into
+// file bytes and back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace virel {
+
+using Bytes = std::vector<uint8_t>;
+
+// Encode into a caller-provided buffer (at least N bytes).
+inline void EncodeFixed16(uint8_t* dst, uint16_t v) {
+  dst[0] = static_cast<uint8_t>(v);
+  dst[1] = static_cast<uint8_t>(v >> 8);
+}
+inline void EncodeFixed32(uint8_t* dst, uint32_t v) {
+  for (int i = 0; i < 4; ++i) dst[i] = static_cast<uint8_t>(v >> (8 * i));
+}
+inline void EncodeFixed64(uint8_t* dst, uint64_t v) {
+  for (int i = 0; i < 8; ++i) dst[i] = static_cast<uint8_t>(v >> (8 * i));
+}
+
+inline uint16_t DecodeFixed16(const uint8_t* p) {
+  return static_cast<uint16_t>(p[0] | (p[1] << 8));
+}
+inline uint32_t DecodeFixed32(const uint8_t* p) {
+  uint32_t v = 0;
+  for (int i = 3; i >= 0; --i) v = (v << 8) | p[i];
+  return v;
+}
+inline uint64_t DecodeFixed64(const uint8_t* p) {
+  uint64_t v = 0;
+  for (int i = 7; i >= 0; --i) v = (v << 8) | p[i];
+  return v;
+}
+
+// Append to a growing byte vector.
+inline void PutFixed8(Bytes* dst, uint8_t v) { dst->push_back(v); }
+inline void PutFixed16(Bytes* dst, uint16_t v) {
+  uint8_t buf[2];
+  EncodeFixed16(buf, v);
+  dst->insert(dst->end(), buf, buf + 2);
+}
+inline void PutFixed32(Bytes* dst, uint32_t v) {
+  uint8_t buf[4];
+  EncodeFixed32(buf, v);
+  dst->insert(dst->end(), buf, buf + 4);
+}
+inline void PutFixed64(Bytes* dst, uint64_t v) {
+  uint8_t buf[8];
+  EncodeFixed64(buf, v);
+  dst->insert(dst->end(), buf, buf + 8);
+}
+inline void PutBytes(Bytes* dst, const void* data, size_t size) {
+  const uint8_t* p = static_cast<const uint8_t*>(data);
+  dst->insert(dst->end(), p, p + size);
+}
+inline void PutBytes(Bytes* dst, const Bytes& src) {
+  dst->insert(dst->end(), src.begin(), src.end());
+}
+inline void PutBytes(Bytes* dst, const std::string& src) {
+  dst->insert(dst->end(), src.begin(), src.end());
+}
+
+}  // namespace virel

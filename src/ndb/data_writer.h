@@ -1,0 +1,43 @@
+// Writes byte buffers into the file as blocks and returns the BID that
+// references them: one block up to 8176 bytes, an XBLOCK over up to 1021
+// chunks, an XXBLOCK of XBLOCKs beyond.
+#pragma once
+
+#include <cstdint>
+
+#include "core/coding.h"
+#include "ndb/block.h"
+#include "ndb/block_allocator.h"
+#include "ndb/file_store.h"
+#include "ndb/header.h"
+#include "ndb/node_registry.h"
+
+namespace virel {
+namespace ndb {
+
+// BIDs that fit one XBLOCK after its 8-byte header.
+inline constexpr size_t kMaxXBlockEntries = (kMaxBlockPayload - 8) / 8;
+
+class DataWriter {
+ public:
+  DataWriter(BlockAllocator* allocator, FileStore* store,
+             NodeRegistry* registry)
+      : allocator_(allocator), store_(store), registry_(registry) {}
+
+  // Node data (internal false) is encoded; XBLOCK, XXBLOCK and SLBLOCK
+  // buffers (internal true) are not.
+  uint64_t WriteData(const Bytes& data, bool internal);
+
+  // One block of any size with the encoding chosen by the caller.
+  Bref WriteBlock(const Bytes& payload, bool internal, bool encode);
+
+ private:
+  uint64_t WriteTree(const Bytes& data);
+
+  BlockAllocator* allocator_;
+  FileStore* store_;
+  NodeRegistry* registry_;
+};
+
+}  // namespace ndb
+}  // namespace virel

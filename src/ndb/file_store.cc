@@ -1,0 +1,221 @@
+#include "ndb/file_store.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#ifdef _WIN32
+#include <windows.h>
+
+#include <filesystem>
+#else
+#include <sys/stat.h>
+#include <sys/types.h>
+#endif
+
+#include "core/errors.h"
+#include "ndb/header.h"
+
+namespace virel {
+namespace ndb {
+namespace {
+
+constexpr size_t kZeroChunk = 65536;
+
+bool IsSeparator(char c) { return c == '/' || c == '\\'; }
+
+#ifdef _WIN32
+// The output path is in the code page of the file interfaces, not UTF-8.
+std::wstring ToWide(const std::string& s) {
+  if (s.empty()) return std::wstring();
+  const UINT cp = AreFileApisANSI() ? CP_ACP : CP_OEMCP;
+  const int n = MultiByteToWideChar(cp, 0, s.data(), static_cast<int>(s.size()),
+                                    nullptr, 0);
+  std::wstring w(static_cast<size_t>(n > 0 ? n : 0), L'\0');
+  if (n > 0) {
+    MultiByteToWideChar(cp, 0, s.data(), static_cast<int>(s.size()), &w[0], n);
+  }
+  return w;
+}
+
+std::string SystemErrorText(DWORD code) {
+  char* buf = nullptr;
+  const DWORD n = FormatMessageA(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+          FORMAT_MESSAGE_IGNORE_INSERTS,
+      nullptr, code, 0, reinterpret_cast<LPSTR>(&buf), 0, nullptr);
+  std::string text = n > 0 ? std::string(buf, n) : "error " + std::to_string(code);
+  if (buf != nullptr) LocalFree(buf);
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r' ||
+                           text.back() == ' ' || text.back() == '.')) {
+    text.pop_back();
+  }
+  return text;
+}
+
+// Returns an empty string on success, else the system's error text.
+std::string MakeDirectory(const std::string& dir) {
+  if (CreateDirectoryW(ToWide(dir).c_str(), nullptr)) return std::string();
+  const DWORD err = GetLastError();
+  if (err == ERROR_ALREADY_EXISTS) {
+    const DWORD attrs = GetFileAttributesW(ToWide(dir).c_str());
+    if (attrs != INVALID_FILE_ATTRIBUTES && (attrs & FILE_ATTRIBUTE_DIRECTORY)) {
+      return std::string();
+    }
+  }
+  return SystemErrorText(err);
+}
+#else
+std::string MakeDirectory(const std::string& dir) {
+  if (mkdir(dir.c_str(), 0777) == 0) return std::string();
+  const int err = errno;
+  struct stat st;
+  if (err == EEXIST && stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+    return std::string();
+  }
+  return std::strerror(err);
+}
+#endif
+
+// Creates `dir` and every missing ancestor.
+void CreateDirectories(const std::string& dir) {
+  for (size_t i = 1; i <= dir.size(); ++i) {
+    if (i < dir.size() && !IsSeparator(dir[i])) continue;
+    if (IsSeparator(dir[i - 1])) continue;  // root or doubled separator
+    const std::string prefix = dir.substr(0, i);
+    if (prefix.size() == 2 && prefix[1] == ':') continue;  // drive letter
+    const std::string error = MakeDirectory(prefix);
+    if (!error.empty()) {
+      throw FileIOException("directory creation", dir, error);
+    }
+  }
+}
+
+}  // namespace
+
+std::string ParentDirectory(const std::string& path) {
+  size_t cut = path.size();
+  while (cut > 0 && !IsSeparator(path[cut - 1])) --cut;
+  while (cut > 0 && IsSeparator(path[cut - 1])) --cut;
+  if (cut == 0 && !path.empty() && IsSeparator(path[0])) return path.substr(0, 1);
+  return path.substr(0, cut);
+}
+
+FileStore::FileStore(const std::string& path) : path_(path) {
+  const std::string parent = ParentDirectory(path_);
+  if (!parent.empty()) CreateDirectories(parent);
+  const auto mode = std::ios::in | std::ios::out | std::ios::binary |
+                    std::ios::trunc;
+#ifdef _WIN32
+  stream_.open(std::filesystem::path(ToWide(path_)), mode);
+#else
+  stream_.open(path_, mode);
+#endif
+  if (!stream_.is_open()) {
+    throw FileIOException("file opening", path_, "unknown reason");
+  }
+  open_ = true;
+  end_ = 0;
+}
+
+FileStore::~FileStore() = default;
+
+void FileStore::RequireOpen(const char* operation) const {
+  if (!open_) throw FileIOException(operation, path_, "file not open");
+}
+
+void FileStore::SeekEnd(const char* operation, const char* detail) {
+  stream_.clear();
+  stream_.seekp(0, std::ios::end);
+  if (!stream_) throw FileIOException(operation, path_, detail);
+}
+
+void FileStore::SyncEnd() {
+  const auto pos = stream_.tellp();
+  if (pos >= 0) end_ = static_cast<uint64_t>(pos);
+}
+
+void FileStore::WriteZeros(uint64_t size) {
+  static const char kZeros[kZeroChunk] = {};
+  while (size > 0 && stream_) {
+    const size_t n = static_cast<size_t>(std::min<uint64_t>(size, kZeroChunk));
+    stream_.write(kZeros, static_cast<std::streamsize>(n));
+    size -= n;
+  }
+}
+
+uint64_t FileStore::Allocate(uint64_t size) {
+  RequireOpen("block allocation");
+  SeekEnd("block allocation", "seek failed");
+  const uint64_t offset = static_cast<uint64_t>(stream_.tellp());
+  WriteZeros(size);
+  stream_.flush();
+  if (!stream_) throw FileIOException("block allocation", path_, "write failed");
+  SyncEnd();
+  return offset;
+}
+
+void FileStore::WriteAt(uint64_t offset, const void* data, size_t size) {
+  RequireOpen("write at");
+  if (data == nullptr || size == 0) return;
+  stream_.clear();
+  stream_.seekp(static_cast<std::streamoff>(offset), std::ios::beg);
+  if (!stream_) throw FileIOException("write at", path_, "seek failed");
+  stream_.write(static_cast<const char*>(data),
+                static_cast<std::streamsize>(size));
+  stream_.flush();
+  if (!stream_) throw FileIOException("write at", path_, "write failed");
+  end_ = std::max<uint64_t>(end_, offset + size);
+}
+
+void FileStore::WriteHeader(const char* format_name) {
+  RequireOpen("header write");
+  const Bytes header = BuildHeader(FormatFlag(format_name));
+  stream_.clear();
+  stream_.seekp(0, std::ios::beg);
+  stream_.write(reinterpret_cast<const char*>(header.data()),
+                static_cast<std::streamsize>(header.size()));
+  stream_.flush();
+  if (!stream_) throw FileIOException("header write", path_, "write failed");
+  SyncEnd();
+}
+
+void FileStore::AppendPending(const Bytes& data) {
+  pending_.insert(pending_.end(), data.begin(), data.end());
+}
+
+void FileStore::FlushPending() {
+  RequireOpen("buffer flush");
+  if (pending_.empty()) return;
+  SeekEnd("buffer flush", "stream write failed");
+  stream_.write(reinterpret_cast<const char*>(pending_.data()),
+                static_cast<std::streamsize>(pending_.size()));
+  stream_.flush();
+  if (!stream_) {
+    throw FileIOException("buffer flush", path_, "stream write failed");
+  }
+  pending_.clear();
+  SyncEnd();
+}
+
+void FileStore::PadTo(uint64_t min_size) {
+  if (!open_ || end_ >= min_size) return;
+  SeekEnd("closing", "seek failed");
+  WriteZeros(min_size - end_);
+  stream_.flush();
+  if (!stream_) throw FileIOException("closing", path_, "write failed");
+  SyncEnd();
+}
+
+void FileStore::Close() {
+  if (!open_) return;
+  stream_.flush();
+  const bool flushed = static_cast<bool>(stream_);
+  stream_.close();
+  open_ = false;
+  if (!flushed) throw FileIOException("closing", path_, "flush failed");
+  if (stream_.fail()) throw FileIOException("closing", path_, "close failed");
+}
+
+}  // namespace ndb
+}  // namespace virel

@@ -1,0 +1,57 @@
+// The one output file of a writer: appends zero-filled space at the end,
+// writes at offsets, tracks the logical end, pads and closes. Every write
+// is flushed at once so the file is consistent up to the last call.
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <string>
+
+#include "core/coding.h"
+
+namespace virel {
+namespace ndb {
+
+class FileStore {
+ public:
+  // Creates missing parent directories and opens (truncating) the file.
+  explicit FileStore(const std::string& path);
+  ~FileStore();
+  FileStore(const FileStore&) = delete;
+  FileStore& operator=(const FileStore&) = delete;
+
+  // Appends `size` zero bytes; returns the offset where they start.
+  uint64_t Allocate(uint64_t size);
+  void WriteAt(uint64_t offset, const void* data, size_t size);
+  // Writes a fresh header (ROOT all zero) at offset 0.
+  void WriteHeader(const char* format_name);
+  // Queues bytes for FlushPending, which appends them at the end.
+  void AppendPending(const Bytes& data);
+  void FlushPending();
+  // Appends zeros until the end reaches `min_size`; no-op when closed.
+  void PadTo(uint64_t min_size);
+  void Close();
+
+  bool is_open() const { return open_; }
+  uint64_t end() const { return end_; }
+  const std::string& path() const { return path_; }
+
+ private:
+  void RequireOpen(const char* operation) const;
+  void SeekEnd(const char* operation, const char* detail);
+  void WriteZeros(uint64_t size);
+  void SyncEnd();
+
+  std::string path_;
+  std::fstream stream_;
+  bool open_ = false;
+  uint64_t end_ = 0;
+  Bytes pending_;
+};
+
+// Splits off the parent directory: everything before the last '/' or '\',
+// with trailing separators dropped. Empty when the path has no directory.
+std::string ParentDirectory(const std::string& path);
+
+}  // namespace ndb
+}  // namespace virel
