@@ -1,0 +1,50 @@
+// B-tree-on-heap builder. Every tree is written with zero index levels: one
+// allocation holds all leaf records sorted by key, and a BTHHEADER points
+// at it.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "core/coding.h"
+
+namespace virel {
+namespace ltp {
+
+class Heap;
+
+// BTHHEADER, 8 bytes.
+struct BthHeader {
+  uint8_t type;
+  uint8_t key_size;
+  uint8_t entry_size;
+  uint8_t index_levels;
+  uint32_t hid_root;  // 0 when the tree is empty
+
+  void EncodeTo(Bytes* dst) const;
+};
+
+class BthBuilder {
+ public:
+  // key_size is 2 or 4 bytes; entry_size is the data size of each record.
+  BthBuilder(uint8_t key_size, uint8_t entry_size);
+
+  // Adds one record; data must be entry_size bytes. Records with equal keys
+  // keep the order in which they were added.
+  void Add(uint32_t key, Bytes data);
+
+  // Allocates the sorted leaf array (only when there are records), then
+  // the header, and returns the header's HID.
+  uint32_t Finish(Heap* heap);
+
+ private:
+  Bytes EncodeLeaves() const;
+
+  uint8_t key_size_;
+  uint8_t entry_size_;
+  std::vector<std::pair<uint32_t, Bytes>> records_;
+};
+
+}  // namespace ltp
+}  // namespace virel

@@ -1,0 +1,45 @@
+// Heap-on-node builder: numbered allocations laid out as one packed page.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+
+#include "core/coding.h"
+
+namespace virel {
+namespace ltp {
+
+class Heap {
+ public:
+  Heap() { Reset(); }
+
+  // Back to an empty heap: next HID 0x20, signature and user root 0.
+  void Reset();
+
+  // Stores a copy of the bytes (possibly empty) and returns its HID. The
+  // index wraps after 2047 allocations; a colliding HID replaces the older
+  // allocation.
+  uint32_t Allocate(const Bytes& data);
+
+  void set_client_signature(uint8_t signature) { client_signature_ = signature; }
+  void set_user_root(uint32_t hid) { user_root_ = hid; }
+  uint8_t client_signature() const { return client_signature_; }
+  uint32_t user_root() const { return user_root_; }
+  size_t allocation_count() const { return allocations_.size(); }
+
+  // HNHDR, the allocations back to back in index order without padding,
+  // then the page map. Offsets are stored as 16-bit values.
+  Bytes Serialize() const;
+
+ private:
+  uint16_t next_index_;
+  uint8_t client_signature_;
+  uint32_t user_root_;
+  // Keyed by HID; since hidType and hidBlockIndex are always 0, key order
+  // is index order.
+  std::map<uint32_t, Bytes> allocations_;
+};
+
+}  // namespace ltp
+}  // namespace virel

@@ -1,0 +1,45 @@
+#include "ltp/property_bag.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ltp/utf8.h"
+
+namespace virel {
+namespace ltp {
+
+void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
+  values_[tag] = std::move(value);
+}
+
+void PropertyBag::SetInt32(uint32_t tag, uint32_t value) {
+  Bytes encoded;
+  PutFixed32(&encoded, value);
+  SetBytes(tag, std::move(encoded));
+}
+
+void PropertyBag::SetInt64(uint32_t tag, uint64_t value) {
+  Bytes encoded;
+  PutFixed64(&encoded, value);
+  SetBytes(tag, std::move(encoded));
+}
+
+void PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
+  SetBytes(tag, Utf8ToUtf16(utf8));
+}
+
+const Bytes* PropertyBag::Find(uint32_t tag) const {
+  auto it = values_.find(tag);
+  return it == values_.end() ? nullptr : &it->second;
+}
+
+std::vector<uint32_t> PropertyBag::SortedTags() const {
+  std::vector<uint32_t> tags;
+  tags.reserve(values_.size());
+  for (const auto& entry : values_) tags.push_back(entry.first);
+  std::sort(tags.begin(), tags.end());
+  return tags;
+}
+
+}  // namespace ltp
+}  // namespace virel

@@ -1,0 +1,38 @@
+// The properties of one object, keyed by tag, each held in the exact bytes
+// the file will store.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "core/coding.h"
+
+namespace virel {
+namespace ltp {
+
+class PropertyBag {
+ public:
+  // Each setter replaces any earlier value of the same tag.
+  void SetBytes(uint32_t tag, Bytes value);
+  void SetInt32(uint32_t tag, uint32_t value);  // 4 bytes little-endian
+  void SetInt64(uint32_t tag, uint64_t value);  // 8 bytes little-endian
+  // UTF-16LE without terminator; empty or rejected text stores 0 bytes.
+  void SetString(uint32_t tag, const std::string& utf8);
+
+  // Null when the tag is not set.
+  const Bytes* Find(uint32_t tag) const;
+  size_t size() const { return values_.size(); }
+  bool empty() const { return values_.empty(); }
+
+  // All tags, ascending as unsigned numbers (by identifier, then type).
+  std::vector<uint32_t> SortedTags() const;
+
+ private:
+  std::unordered_map<uint32_t, Bytes> values_;
+};
+
+}  // namespace ltp
+}  // namespace virel

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "ltp/heap.h"
+#include "unit/ltp_test_reader.h"
+
+namespace {
+
+using ltp_test::HeapView;
+using ltp_test::ParseHeap;
+using virel::Bytes;
+using virel::ltp::Heap;
+
+TEST(LtpHeapTest, EmptyHeapIsHeaderAndPageMapOnly) {
+  Heap heap;
+  heap.set_client_signature(0x7C);
+  heap.set_user_root(0x12345678);
+  // Header, then cAlloc 0, cFree 0 and the single offset 12.
+  EXPECT_EQ(heap.Serialize(),
+            (Bytes{12, 0, 0xEC, 0x7C, 0x78, 0x56, 0x34, 0x12, 0, 0, 0, 0,
+                   0, 0, 0, 0, 12, 0}));
+  // Reset forgets allocations, signature and user root.
+  heap.Allocate(Bytes{1, 2, 3});
+  heap.Reset();
+  HeapView view;
+  ASSERT_TRUE(ParseHeap(heap.Serialize(), &view));
+  EXPECT_EQ(view.ib_hnpm, 12);
+  EXPECT_EQ(view.sig, 0xEC);
+  EXPECT_EQ(view.client_sig, 0);
+  EXPECT_EQ(view.user_root, 0u);
+  EXPECT_EQ(view.c_alloc, 0);
+  EXPECT_EQ(view.c_free, 0);
+  EXPECT_EQ(view.rgib, (std::vector<uint16_t>{12}));
+  EXPECT_EQ(heap.Allocate(Bytes{9}), 0x20u);
+}
+
+TEST(LtpHeapTest, AllocationsArePackedWithoutAlignment) {
+  Heap heap;
+  heap.set_client_signature(0xBC);
+  const Bytes five{1, 2, 3, 4, 5};
+  const Bytes eight{10, 11, 12, 13, 14, 15, 16, 17};
+  EXPECT_EQ(heap.Allocate(five), 0x20u);
+  EXPECT_EQ(heap.Allocate(eight), 0x40u);
+  const Bytes out = heap.Serialize();
+  EXPECT_EQ(out.size(), 25u + 2 * (2 + 3));
+  HeapView view;
+  ASSERT_TRUE(ParseHeap(out, &view));
+  EXPECT_EQ(view.ib_hnpm, 25);  // the page map starts at an odd offset
+  EXPECT_EQ(view.rgib, (std::vector<uint16_t>{12, 17, 25}));
+  EXPECT_EQ(view.Item(0x20), five);
+  EXPECT_EQ(view.Item(0x40), eight);
+  EXPECT_EQ(view.client_sig, 0xBC);
+
+  // An empty allocation has two equal offsets; later items follow on.
+  EXPECT_EQ(heap.Allocate(Bytes{}), 0x60u);
+  EXPECT_EQ(heap.Allocate(Bytes{7}), 0x80u);
+  ASSERT_TRUE(ParseHeap(heap.Serialize(), &view));
+  EXPECT_EQ(view.rgib, (std::vector<uint16_t>{12, 17, 25, 25, 26}));
+  EXPECT_EQ(view.Item(0x80), Bytes{7});
+}
+
+TEST(LtpHeapTest, IndexWrapsAfter2047Allocations) {
+  Heap heap;
+  uint32_t hid = 0;
+  for (int i = 0; i < 2047; ++i) hid = heap.Allocate(Bytes{});
+  EXPECT_EQ(hid, 0xFFE0u);
+  EXPECT_EQ(heap.Allocate(Bytes{}), 0u);
+  EXPECT_EQ(heap.Allocate(Bytes{}), 0x20u);
+}
+
+}  // namespace
