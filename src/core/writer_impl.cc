@@ -1,14 +1,22 @@
 #include "core/writer_impl.h"
 
 #include <exception>
+#include <stdexcept>
 
+#include "core/compaction.h"
 #include "core/errors.h"
 #include "core/stats.h"
+#include "ltp/node_data.h"
+#include "messaging/folder_writer.h"
+#include "messaging/store_writer.h"
 #include "ndb/header.h"
 #include "ndb/map_pages.h"
 #include "ndb/tree_placement.h"
 
 namespace virel {
+namespace {
+constexpr size_t kCounterRecordSize = 64;
+}  // namespace
 
 Virel::Virel(const std::string& path) : impl_(new Impl(path)) {}
 Virel::~Virel() = default;
@@ -19,6 +27,9 @@ Virel::Impl::Impl(const std::string& path) : path_(path) {
   allocator_.reset(new ndb::BlockAllocator(store_.get()));
   data_.reset(new ndb::DataWriter(allocator_.get(), store_.get(), &nodes_));
   ReserveHead();
+  RegisterFixedNodes(&nodes_);
+  folders_.CreateRoot(kRootFolderNid);
+  CreateDefaultFolders();
 }
 
 Virel::Impl::~Impl() { close(); }
@@ -28,6 +39,59 @@ void Virel::Impl::ReserveHead() {
   const uint64_t end = store_->end();
   if (end < kReservedHeadEnd) store_->Allocate(kReservedHeadEnd - end);
   allocator_->MarkUsed(0, kReservedHeadEnd);
+}
+
+void Virel::Impl::CreateDefaultFolders() {
+  for (const DefaultFolder& f : kDefaultFolders) {
+    folders_.AddDefaultFolder(f.name, f.nid);
+  }
+}
+
+void Virel::Impl::RequireOpen() const {
+  if (finalised_ || !store_->is_open()) {
+    throw std::logic_error("writer is closed");
+  }
+}
+
+uint64_t Virel::Impl::CreateFolder(const std::string& path) {
+  RequireOpen();
+  if (FolderRegistry::SplitPath(path).empty()) {
+    throw std::invalid_argument("folder path names no folder");
+  }
+  return folders_.NidOf(folders_.Resolve(path));
+}
+
+void Virel::Impl::AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind) {
+  contents_[folder_id].push_back({nid, kind});
+}
+
+uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
+                                 const MessageRecord& m) {
+  RequireOpen();
+  try {
+    const uint64_t folder = folders_.Resolve(folder_path);
+    const ItemResult r =
+        serialize_message(m, folders_.NidOf(folder), data_.get(), &nodes_);
+    items_.messages[r.nid] = {r, m};
+    AddContent(folder, r.nid, kContentMessage);
+    ++messages_added_;
+    return r.nid;
+  } catch (const std::exception& e) {
+    throw SerializationException("message", e.what());
+  }
+}
+
+uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
+                               const EventRecord& e) {
+  RequireOpen();
+  const uint64_t folder = folders_.Resolve(folder_path);
+  const EventResult r = serialize_event(e, folders_.NidOf(folder), &names_,
+                                        data_.get(), &nodes_);
+  ++events_added_;
+  AddContent(folder, r.nid, kContentEvent);
+  items_.events[r.nid] = {r, e};
+  folders_.SetContainerClass(folder, kCalendarContainerClass);
+  return r.nid;
 }
 
 void Virel::Impl::close() {
@@ -49,6 +113,8 @@ void Virel::Impl::compact() {
   if (finalised_) return;
   Stats::Instance().StartTimer(stat::kCompact);
   try {
+    RecordBlockWriter(folders_, contents_, items_, &names_, data_.get())
+        .WriteAll();
     Finalise();
     store_->FlushPending();
     finalised_ = true;
@@ -63,14 +129,47 @@ void Virel::Impl::Finalise() {
   const Bytes map_pages =
       ndb::BuildMapPages(allocator_->bitmap(), ndb::kAMapStart);
   store_->WriteAt(ndb::kAMapStart, map_pages.data(), map_pages.size());
+  WriteMessageStore(data_.get(), &nodes_);
+  WriteFolders();
+  // Items were written and entered as nodes when they were added.
+  WriteNameToIdMap();
   const ndb::Bref nbt = WriteTree(true);
   const ndb::Bref bbt = WriteTree(false);
+  WriteCounters();
   WriteHeader(nbt, bbt);
+}
+
+void Virel::Impl::WriteFolders() {
+  FolderWriter writer(folders_, contents_, data_.get(), &nodes_);
+  writer.WriteRootFolder();
+  for (const DefaultFolder& f : kDefaultFolders) {
+    writer.createProperFolderData(f.name, nodes_.FindNode(f.nid).value());
+  }
+  for (uint64_t id : folders_.caller_folders()) {
+    const uint32_t nid = folders_.NidOf(id);
+    writer.createUserFolderData(folders_.Get(id)->name, id,
+                                nodes_.FindNode(nid).value());
+  }
+}
+
+void Virel::Impl::WriteNameToIdMap() {
+  ltp::PropertyBag bag;
+  names_.Serialize(&bag);
+  nodes_.PutNode({kNameToIdMapNid,
+                  ltp::WritePropertyContext(bag, data_.get()).bid, 0, 0});
 }
 
 ndb::Bref Virel::Impl::WriteTree(bool nbt) {
   ndb::TreeBuild tree = nbt ? nodes_.BuildNbt() : nodes_.BuildBbt();
   return ndb::PlaceTree(&tree, store_.get(), &nodes_);
+}
+
+void Virel::Impl::WriteCounters() {
+  Bytes record;
+  PutFixed32(&record, messages_added_);
+  PutFixed32(&record, events_added_);
+  record.resize(kCounterRecordSize, 0);
+  data_->WriteData(record, false);
 }
 
 void Virel::Impl::WriteHeader(const ndb::Bref& nbt, const ndb::Bref& bbt) {

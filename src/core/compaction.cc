@@ -1,0 +1,138 @@
+#include "core/compaction.h"
+
+#include <unordered_set>
+
+#include "ltp/utf8.h"
+#include "messaging/folder_writer.h"
+#include "messaging/property_tags.h"
+
+namespace virel {
+namespace {
+
+using Cells = std::vector<std::pair<uint32_t, Bytes>>;
+
+constexpr uint32_t kMessageFlagRead = 1;
+constexpr size_t kGroupSetBuckets = 8;
+constexpr char kDisplayToSeparator[] = "; ";
+
+// Task and journal dispids listed in the task and activity rows.
+constexpr uint32_t kTaskDispids[] = {0x8101, 0x8104, 0x8105};
+constexpr uint16_t kTaskTypes[] = {tag::kTypeLong, tag::kTypeSysTime,
+                                   tag::kTypeSysTime};
+constexpr uint32_t kLogDispids[] = {0x8700, 0x8706, 0x8708};
+constexpr uint16_t kLogTypes[] = {tag::kTypeUnicode, tag::kTypeSysTime,
+                                  tag::kTypeSysTime};
+
+Bytes Le32(uint32_t v) { Bytes b; PutFixed32(&b, v); return b; }
+Bytes Le64(uint64_t v) { Bytes b; PutFixed64(&b, v); return b; }
+
+// String cells are left out when empty.
+void AddString(Cells* cells, uint32_t t, const std::string& s) {
+  if (!s.empty()) cells->emplace_back(t, ltp::Utf8ToUtf16(s));
+}
+
+Bytes ZeroValue(uint16_t type) {
+  return Bytes(type == tag::kTypeSysTime ? 8 : 4, 0);
+}
+
+}  // namespace
+
+void RecordBlockWriter::WriteAll() {
+  WriteFolderRecords();
+  const std::vector<ndb::ContentListRef> lists = WriteContentLists();
+  if (!lists.empty()) Write(ndb::ContentTableIndexPayload(lists));
+  for (const auto& group : CollectGroups()) {
+    Write(ndb::RowBlockPayload(group.first, group.second));
+  }
+}
+
+ndb::Bref RecordBlockWriter::Write(const Bytes& payload) {
+  // Internal BIDs, but encoded like node data.
+  return writer_->WriteBlock(payload, true, true);
+}
+
+void RecordBlockWriter::WriteFolderRecords() {
+  for (uint64_t id : folders_.SortedIds()) {
+    const Folder* f = folders_.Get(id);
+    Write(ndb::FolderRecordPayload(f->id, f->parent_id, f->name, f->children));
+  }
+}
+
+std::vector<ndb::ContentListRef> RecordBlockWriter::WriteContentLists() {
+  std::vector<ndb::ContentListRef> lists;
+  for (const auto& entry : contents_) {  // ascending folder ID
+    std::vector<ndb::ContentEntry> records;
+    for (const ContentRecord& r : entry.second) records.push_back({r.nid, r.kind});
+    const ndb::Bref ref = Write(ndb::ContentListPayload(entry.first, records));
+    lists.push_back({entry.first, ref.ib});
+  }
+  return lists;
+}
+
+std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>>
+RecordBlockWriter::CollectGroups() {
+  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> groups;
+  std::unordered_set<uint64_t> seen;
+  seen.max_load_factor(1.0f);
+  seen.rehash(kGroupSetBuckets);
+  for (const auto& entry : contents_) {
+    if (!seen.insert(entry.first).second) continue;
+    std::vector<ndb::RecordRow> rows;
+    for (const ContentRecord& r : entry.second) {
+      Cells cells = RowCells(r);
+      if (!cells.empty()) rows.push_back({r.nid, std::move(cells)});
+    }
+    groups.emplace_back(entry.first, std::move(rows));
+  }
+  return groups;
+}
+
+std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
+    const ContentRecord& r) {
+  Cells cells;
+  const char* message_class = MessageClassOf(r.kind);
+  if (*message_class == '\0') return cells;
+  cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(message_class));
+  if (r.kind == kContentMessage) {
+    const MessageRecord& m = items_.messages.at(r.nid).record;
+    AddString(&cells, tag::kSubject, m.subject);
+    AddString(&cells, tag::kSenderName, m.sender_name);
+    AddString(&cells, tag::kSenderEmail, m.sender_address);
+    AddString(&cells, tag::kBody, m.body_plain);
+    cells.emplace_back(tag::kClientSubmitTime, Le64(TicksToFiletime(m.time)));
+    cells.emplace_back(tag::kMessageFlags, Le32(kMessageFlagRead));
+    if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Le32(1));
+    std::string display_to;
+    for (size_t i = 0; i < m.recipients.size(); ++i) {
+      if (i > 0) display_to += kDisplayToSeparator;
+      display_to += m.recipients[i].name;
+    }
+    AddString(&cells, tag::kDisplayTo, display_to);
+  } else if (r.kind == kContentEvent) {
+    const EventRecord& e = items_.events.at(r.nid).record;
+    AddString(&cells, tag::kSubject, e.subject);
+    const uint16_t start =
+        names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
+    const uint16_t end =
+        names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
+    const uint16_t location =
+        names_->GetOrAssign(kPsetidAppointment, dispid::kLocation);
+    cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Le64(TicksToFiletime(e.start)));
+    cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Le64(TicksToFiletime(e.end)));
+    AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
+  } else {
+    const bool task = r.kind == kContentTask;
+    const Guid& set = task ? kPsetidTask : kPsetidLog;
+    const uint32_t* dispids = task ? kTaskDispids : kLogDispids;
+    const uint16_t* types = task ? kTaskTypes : kLogTypes;
+    for (int i = 0; i < 3; ++i) {
+      const uint16_t id = names_->GetOrAssign(set, dispids[i]);
+      if (types[i] != tag::kTypeUnicode) {  // an empty string is left out
+        cells.emplace_back(tag::Named(id, types[i]), ZeroValue(types[i]));
+      }
+    }
+  }
+  return cells;
+}
+
+}  // namespace virel

@@ -1,0 +1,40 @@
+// The writer's bookkeeping record blocks, written at close before the
+// file's own structures: folder records, content lists, the content-table
+// index and one row block per folder with contents.
+#pragma once
+
+#include "core/item_registry.h"
+#include "messaging/folder_registry.h"
+#include "messaging/named_property_map.h"
+#include "ndb/data_writer.h"
+#include "ndb/record_blocks.h"
+
+namespace virel {
+
+class RecordBlockWriter {
+ public:
+  RecordBlockWriter(const FolderRegistry& folders,
+                    const ContentsRegistry& contents, const ItemRegistry& items,
+                    NamedPropertyMap* names, ndb::DataWriter* writer)
+      : folders_(folders), contents_(contents), items_(items), names_(names),
+        writer_(writer) {}
+
+  void WriteAll();
+
+  // The cells of one item's row; empty for an unknown kind.
+  std::vector<std::pair<uint32_t, Bytes>> RowCells(const ContentRecord& r);
+
+ private:
+  void WriteFolderRecords();
+  std::vector<ndb::ContentListRef> WriteContentLists();
+  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> CollectGroups();
+  ndb::Bref Write(const Bytes& payload);
+
+  const FolderRegistry& folders_;
+  const ContentsRegistry& contents_;
+  const ItemRegistry& items_;
+  NamedPropertyMap* names_;
+  ndb::DataWriter* writer_;
+};
+
+}  // namespace virel

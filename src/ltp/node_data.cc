@@ -1,0 +1,31 @@
+#include "ltp/node_data.h"
+
+#include "ltp/property_context.h"
+
+namespace virel {
+namespace ltp {
+namespace {
+
+WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer) {
+  const Bytes bytes = heap.Serialize();
+  return {writer->WriteData(bytes, false), bytes.size()};
+}
+
+}  // namespace
+
+WrittenNodeData WritePropertyContext(const PropertyBag& bag,
+                                     ndb::DataWriter* writer) {
+  Heap heap;
+  BuildPropertyContext(bag, &heap);
+  return WriteHeap(heap, writer);
+}
+
+WrittenNodeData WriteTableContext(const std::vector<uint32_t>& columns,
+                                  const std::vector<TableRow>& rows, Heap* heap,
+                                  ndb::DataWriter* writer) {
+  BuildTableContext(columns, rows, heap);
+  return WriteHeap(*heap, writer);
+}
+
+}  // namespace ltp
+}  // namespace virel

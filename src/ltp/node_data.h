@@ -1,0 +1,30 @@
+// Writes a property or table context as a node's data through the data
+// writer, the one step every node of the messaging layer ends with.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "ltp/heap.h"
+#include "ltp/property_bag.h"
+#include "ltp/table_context.h"
+#include "ndb/data_writer.h"
+
+namespace virel {
+namespace ltp {
+
+struct WrittenNodeData {
+  uint64_t bid = 0;
+  uint64_t heap_size = 0;  // bytes of the serialised heap
+};
+
+WrittenNodeData WritePropertyContext(const PropertyBag& bag,
+                                     ndb::DataWriter* writer);
+
+// `heap` may already hold the rows' variable-size values.
+WrittenNodeData WriteTableContext(const std::vector<uint32_t>& columns,
+                                  const std::vector<TableRow>& rows, Heap* heap,
+                                  ndb::DataWriter* writer);
+
+}  // namespace ltp
+}  // namespace virel

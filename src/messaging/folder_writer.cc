@@ -1,0 +1,140 @@
+#include "messaging/folder_writer.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "ltp/node_data.h"
+#include "ltp/utf8.h"
+#include "messaging/entry_id.h"
+#include "messaging/property_tags.h"
+#include "ndb/subnode_list.h"
+
+namespace virel {
+namespace {
+
+constexpr char kDefaultContainerClass[] = "IPF.Note";
+constexpr uint32_t kGenericFolderType = 1;
+
+// Default folders whose display-name slot carries their own entry ID.
+bool HasEntryIdProperty(const std::string& name) {
+  return name == "Inbox" || name == "Sent Items" || name == "Drafts";
+}
+
+}  // namespace
+
+const char* MessageClassOf(uint32_t kind) {
+  switch (kind) {
+    case kContentMessage: return "IPM.Note";
+    case kContentEvent: return "IPM.Appointment";
+    case kContentTask: return "IPM.Task";
+    case kContentActivity: return "IPM.Activity";
+    default: return "";
+  }
+}
+
+uint32_t FolderWriter::ContentCount(uint64_t folder_id) const {
+  auto it = contents_.find(folder_id);
+  return it == contents_.end() ? 0 : static_cast<uint32_t>(it->second.size());
+}
+
+void FolderWriter::WriteRootFolder() {
+  ltp::PropertyBag bag;
+  bag.SetString(tag::kDisplayName, kRootFolderName);
+  bag.SetString(tag::kContainerClass, kDefaultContainerClass);
+  bag.SetInt32(tag::kContentCount, 0);
+  bag.SetInt32(tag::kContentUnreadCount, 0);
+  bag.SetInt32(tag::kSubfolders, 1);
+  bag.SetInt32(tag::kFolderType, kGenericFolderType);
+  const ndb::Node node = nodes_->FindNode(kRootFolderNid).value_or(
+      ndb::Node{kRootFolderNid, 0, 0, kMessageStoreNid});
+  Finish(folders_.root_id(), ltp::WritePropertyContext(bag, writer_).bid, node);
+}
+
+void FolderWriter::createProperFolderData(const std::string& name,
+                                          ndb::Node node) {
+  const uint64_t id = folders_.Find(name);
+  ltp::PropertyBag bag;
+  bag.SetString(tag::kDisplayName, name);
+  bag.SetString(tag::kContainerClass,
+                folders_.ContainerClass(id, kDefaultContainerClass));
+  if (HasEntryIdProperty(name)) {
+    bag.SetBytes(tag::kDisplayName8,
+                 FolderEntryId(static_cast<uint32_t>(node.nid)));
+  }
+  bag.SetInt32(tag::kContentCount, ContentCount(id));
+  bag.SetInt32(tag::kContentUnreadCount, 0);
+  bag.SetInt32(tag::kSubfolders, 0);
+  bag.SetInt32(tag::kFolderType, kGenericFolderType);
+  bag.SetInt32(tag::kAttributeHidden, 0);
+  Finish(id, ltp::WritePropertyContext(bag, writer_).bid, node);
+}
+
+void FolderWriter::createUserFolderData(const std::string& name,
+                                        uint64_t folder_id, ndb::Node node) {
+  const Folder* folder = folders_.Get(folder_id);
+  ltp::PropertyBag bag;
+  bag.SetString(tag::kDisplayName, name);
+  bag.SetString(tag::kContainerClass,
+                folders_.ContainerClass(folder_id, kDefaultContainerClass));
+  bag.SetInt32(tag::kContentCount, ContentCount(folder_id));
+  bag.SetInt32(tag::kContentUnreadCount, 0);
+  bag.SetInt32(tag::kSubfolders,
+               folder != nullptr && !folder->children.empty() ? 1 : 0);
+  bag.SetInt32(tag::kFolderType, kGenericFolderType);
+  Finish(folder_id, ltp::WritePropertyContext(bag, writer_).bid, node);
+}
+
+void FolderWriter::Finish(uint64_t folder_id, uint64_t bid_data,
+                          ndb::Node node) {
+  node.bid_data = bid_data;
+  createFolderSubnodes(folder_id, &node);
+  nodes_->PutNode(node);
+}
+
+void FolderWriter::createFolderSubnodes(uint64_t folder_id, ndb::Node* node) {
+  ndb::SubnodeListBuilder subnodes;
+  const Folder* folder = folders_.Get(folder_id);
+  if (folder != nullptr && !folder->children.empty()) {
+    subnodes.Add(kHierarchyTableSubnode, WriteHierarchyTable(*folder));
+  }
+  auto contents = contents_.find(folder_id);
+  if (contents != contents_.end() && !contents->second.empty()) {
+    subnodes.Add(kContentsTableSubnode, WriteContentsTable(contents->second));
+  }
+  node->bid_sub = subnodes.empty() ? 0 : writer_->WriteData(subnodes.Finish(), true);
+}
+
+uint64_t FolderWriter::WriteHierarchyTable(const Folder& folder) {
+  // Rows ascend by child NID so the row index agrees with the matrix.
+  std::vector<std::pair<uint32_t, const Folder*>> children;
+  for (uint64_t child_id : folder.children) {
+    const Folder* child = folders_.Get(child_id);
+    if (child != nullptr) children.emplace_back(folders_.NidOf(child_id), child);
+  }
+  std::stable_sort(children.begin(), children.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  ltp::Heap heap;
+  std::vector<ltp::TableRow> rows;
+  for (const auto& child : children) {
+    const uint32_t hid = heap.Allocate(ltp::Utf8ToUtf16(child.second->name));
+    Bytes cell;
+    PutFixed32(&cell, hid);
+    rows.push_back({child.first, {{tag::kDisplayName, cell}}});
+  }
+  return ltp::WriteTableContext({tag::kDisplayName}, rows, &heap, writer_).bid;
+}
+
+uint64_t FolderWriter::WriteContentsTable(
+    const std::vector<ContentRecord>& records) {
+  ltp::Heap heap;
+  std::vector<ltp::TableRow> rows;
+  for (const ContentRecord& r : records) {
+    const uint32_t hid = heap.Allocate(ltp::Utf8ToUtf16(MessageClassOf(r.kind)));
+    Bytes cell;
+    PutFixed32(&cell, hid);
+    rows.push_back({static_cast<uint32_t>(r.nid), {{tag::kMessageClass, cell}}});
+  }
+  return ltp::WriteTableContext({tag::kMessageClass}, rows, &heap, writer_).bid;
+}
+
+}  // namespace virel

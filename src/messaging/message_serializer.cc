@@ -1,0 +1,197 @@
+#include "messaging/message_serializer.h"
+
+#include "core/stats.h"
+#include "ltp/node_data.h"
+#include "ltp/utf8.h"
+#include "messaging/property_tags.h"
+#include "ndb/subnode_list.h"
+
+namespace virel {
+namespace {
+
+constexpr uint32_t kAttachmentTableSubnode = 0x11;
+constexpr uint32_t kRecipientTableSubnode = 0x12;
+constexpr uint32_t kAttachmentSubnodeType = 0x05;
+constexpr uint32_t kAttachMethodByValue = 1;
+constexpr char kMessageClassNote[] = "IPM.Note";
+
+// Recipient types as the recipient table stores them.
+constexpr uint32_t kTableTypeTo = 1;
+constexpr uint32_t kTableTypeCc = 2;
+constexpr uint32_t kTableTypeBcc = 3;
+
+uint32_t AttachmentSubnode(size_t n) {
+  return static_cast<uint32_t>(n << 5) | kAttachmentSubnodeType;
+}
+
+uint32_t TableRecipientType(RecipientKind kind) {
+  switch (kind) {
+    case RecipientKind::kCc: return kTableTypeCc;
+    case RecipientKind::kBcc: return kTableTypeBcc;
+    default: return kTableTypeTo;
+  }
+}
+
+Bytes Le32Cell(uint32_t v) {
+  Bytes b;
+  PutFixed32(&b, v);
+  return b;
+}
+
+// A string column's cell: the HID of the UTF-16 value on the table's heap.
+Bytes StringCell(ltp::Heap* heap, const std::string& utf8) {
+  return Le32Cell(heap->Allocate(ltp::Utf8ToUtf16(utf8)));
+}
+
+ltp::PropertyBag MessageProperties(const MessageRecord& m) {
+  ltp::PropertyBag bag;
+  bag.SetString(tag::kMessageClass, kMessageClassNote);
+  if (!m.subject.empty()) {
+    bag.SetString(tag::kSubject, m.subject);
+    bag.SetString(tag::kNormalizedSubject, m.subject);
+  }
+  if (!m.body_plain.empty()) bag.SetString(tag::kBody, m.body_plain);
+  if (!m.body_html().empty()) {
+    bag.SetBytes(tag::kBodyHtml, Bytes(m.body_html().begin(), m.body_html().end()));
+  }
+  if (!m.sender_name.empty()) {
+    bag.SetString(tag::kSenderName, m.sender_name);
+    bag.SetString(tag::kSentRepresentingName, m.sender_name);
+  }
+  return bag;
+}
+
+uint64_t WriteRecipientTable(const std::vector<Recipient>& recipients,
+                             ndb::DataWriter* writer) {
+  ltp::Heap heap;
+  std::vector<ltp::TableRow> rows;
+  uint32_t row_id = 0;
+  for (const Recipient& r : recipients) {
+    ltp::TableRow row{row_id++, {}};
+    row.cells.emplace_back(tag::kRecipientType, Le32Cell(TableRecipientType(r.kind)));
+    if (!r.name.empty()) {
+      row.cells.emplace_back(tag::kDisplayName, StringCell(&heap, r.name));
+    }
+    row.cells.emplace_back(tag::kSmtpAddress, StringCell(&heap, r.address));
+    rows.push_back(std::move(row));
+  }
+  return ltp::WriteTableContext(
+             {tag::kRecipientType, tag::kDisplayName, tag::kSmtpAddress}, rows,
+             &heap, writer)
+      .bid;
+}
+
+uint64_t WriteAttachmentTable(const std::vector<AttachmentResult>& attachments,
+                              ndb::DataWriter* writer) {
+  ltp::Heap heap;
+  std::vector<ltp::TableRow> rows;
+  for (size_t n = 0; n < attachments.size(); ++n) {
+    const AttachmentResult& a = attachments[n];
+    ltp::TableRow row{AttachmentSubnode(n), {}};
+    row.cells.emplace_back(tag::kAttachNumber, Le32Cell(static_cast<uint32_t>(n)));
+    if (!a.file_name.empty()) {
+      row.cells.emplace_back(tag::kAttachFilenameUnicode,
+                             StringCell(&heap, a.file_name));
+    }
+    row.cells.emplace_back(tag::kAttachSize, Le32Cell(static_cast<uint32_t>(a.size)));
+    row.cells.emplace_back(tag::kAttachMethod, Le32Cell(kAttachMethodByValue));
+    rows.push_back(std::move(row));
+  }
+  return ltp::WriteTableContext({tag::kAttachNumber, tag::kAttachFilenameUnicode,
+                                 tag::kAttachSize, tag::kAttachMethod},
+                                rows, &heap, writer)
+      .bid;
+}
+
+uint64_t WriteAttachmentObject(size_t n, const AttachmentResult& a,
+                               ndb::DataWriter* writer) {
+  ltp::PropertyBag bag;
+  bag.SetInt32(tag::kAttachNumber, static_cast<uint32_t>(n));
+  bag.SetInt32(tag::kAttachMethod, kAttachMethodByValue);
+  bag.SetInt32(tag::kAttachSize, static_cast<uint32_t>(a.size));
+  if (!a.file_name.empty()) {
+    // The 8-bit tags carry the terminated UTF-16 form of the name.
+    const Bytes name = ltp::Utf8ToUtf16Terminated(a.file_name);
+    bag.SetBytes(tag::kAttachFilename8, name);
+    bag.SetBytes(tag::kAttachLongFilename8, name);
+  }
+  Bytes bid;
+  PutFixed64(&bid, a.bid);
+  bag.SetBytes(tag::kAttachDataBinary, bid);
+  return ltp::WritePropertyContext(bag, writer).bid;
+}
+
+}  // namespace
+
+uint64_t EnterItemNode(ndb::NodeRegistry* nodes, uint32_t folder_nid,
+                       uint64_t bid_data, uint64_t bid_sub) {
+  ndb::Node node = nodes->NewNode(ndb::kNidTypeNormalMessage, folder_nid);
+  node.bid_data = bid_data;
+  node.bid_sub = bid_sub;
+  nodes->PutNode(node);
+  return node.nid;
+}
+
+std::vector<AttachmentResult> serialize_attachments(
+    const std::vector<Attachment>& attachments, ndb::DataWriter* writer,
+    ndb::NodeRegistry* nodes) {
+  ScopedTimer timer(stat::kSerializeAttachments);
+  std::vector<AttachmentResult> results;
+  results.reserve(attachments.size());
+  uint64_t total = 0;
+  for (const Attachment& a : attachments) {
+    total += a.data.size();
+    AttachmentResult r{a.file_name, 0, 0, a.data.size()};
+    if (!a.data.empty()) {
+      r.bid = writer->WriteData(a.data, false);
+      const auto block = nodes->FindBlock(r.bid);
+      r.block_detail = block ? block->ib : 0;
+    } else {
+      r.bid = nodes->NextBid(false);
+      nodes->RegisterBlock(r.bid, 0, 0);
+    }
+    results.push_back(std::move(r));
+  }
+  Stats& stats = Stats::Instance();
+  stats.Record(stat::kTotalAttachmentSize, static_cast<double>(total));
+  if (!attachments.empty()) {
+    stats.Record(stat::kAverageAttachmentSize,
+                 static_cast<double>(total) / attachments.size());
+  }
+  return results;
+}
+
+ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
+                             ndb::DataWriter* writer, ndb::NodeRegistry* nodes) {
+  ScopedTimer timer(stat::kSerializeMessage);
+  const std::vector<AttachmentResult> attachments =
+      serialize_attachments(message.attachments, writer, nodes);
+
+  ndb::SubnodeListBuilder subnodes;
+  if (!attachments.empty()) {
+    subnodes.Add(kAttachmentTableSubnode, WriteAttachmentTable(attachments, writer));
+    for (size_t n = 0; n < attachments.size(); ++n) {
+      subnodes.Add(AttachmentSubnode(n),
+                   WriteAttachmentObject(n, attachments[n], writer));
+    }
+  }
+  if (!message.recipients.empty()) {
+    subnodes.Add(kRecipientTableSubnode,
+                 WriteRecipientTable(message.recipients, writer));
+  }
+  subnodes.SortByNid();
+
+  ItemResult result;
+  result.bid_sub = subnodes.empty() ? 0 : writer->WriteData(subnodes.Finish(), true);
+  const ltp::WrittenNodeData pc =
+      ltp::WritePropertyContext(MessageProperties(message), writer);
+  result.bid_data = pc.bid;
+  result.serialized_size = pc.heap_size;
+
+  result.nid = EnterItemNode(nodes, folder_nid, result.bid_data, result.bid_sub);
+  Stats::Instance().Record(stat::kMessageSerializedSize,
+                           static_cast<double>(result.serialized_size));
+  return result;
+}
+
+}  // namespace virel
