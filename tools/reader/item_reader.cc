@@ -1,0 +1,123 @@
+#include "item_reader.h"
+
+#include "layout.h"
+#include "tags.h"
+#include "text.h"
+
+namespace vread {
+
+using namespace layout;
+
+namespace {
+
+const char* const kAppointmentClass = "IPM.Appointment";
+constexpr std::uint32_t kAttachmentShift = 5;
+
+std::uint32_t attachmentNid(std::uint32_t number) { return (number << kAttachmentShift) | kNidTypeAttachment; }
+
+std::uint32_t namedTag(std::uint16_t id, std::uint16_t type) { return (static_cast<std::uint32_t>(id) << 16) | type; }
+
+}  // namespace
+
+std::optional<Item> ItemReader::read(std::uint32_t nid, std::uint32_t folder) {
+  auto pc = NodeAccess::pc(access_.data(nid, quiet_), quiet_);
+  if (!pc) return std::nullopt;
+  Item item;
+  item.nid = nid;
+  item.folder = folder;
+  item.messageClass = pc->text(tag::kMessageClass).value_or("");
+  item.subject = pc->text(tag::kSubject).value_or("");
+  item.senderName = pc->text(tag::kSenderName).value_or("");
+  item.senderAddress = pc->text(tag::kSenderAddress).value_or("");
+  item.body = pc->text(tag::kBody).value_or("");
+  item.isEvent = item.messageClass == kAppointmentClass;
+  if (item.isEvent) readEventTimes(item, *pc);
+  ViolationLog::Scope scope(log_, "item " + hex(nid));
+  readRecipients(item);
+  readAttachments(item);
+  return item;
+}
+
+void ItemReader::readEventTimes(Item& item, const PropertyContext& pc) {
+  auto start = names_.propertyId(kPsetidAppointment, kDispidStart);
+  auto end = names_.propertyId(kPsetidAppointment, kDispidEnd);
+  auto location = names_.propertyId(kPsetidAppointment, kDispidLocation);
+  if (!start || !end) {
+    log_.add(db_.node(item.nid)->entryOffset, "appointment times are not in the name-to-ID map");
+    return;
+  }
+  item.start = pc.u64(namedTag(*start, tag::kTypeSysTime));
+  item.end = pc.u64(namedTag(*end, tag::kTypeSysTime));
+  if (location) item.location = pc.text(namedTag(*location, tag::kTypeUnicode));
+  if (!item.start || !item.end) log_.add(db_.node(item.nid)->entryOffset, "appointment lacks its start or end time");
+}
+
+void ItemReader::readRecipients(Item& item) {
+  auto table = NodeAccess::tc(access_.subnodeData(item.nid, kSubRecipients, quiet_), quiet_);
+  if (!table) return;
+  for (const Row& row : table->rows()) {
+    if (row.rowId != row.index)
+      log_.add(row.offset, "recipient row " + std::to_string(row.index) + " has row ID " + hex(row.rowId));
+    item.recipients.push_back({row.rowId, table->u32(row, tag::kRecipientType).value_or(0),
+                               table->text(row, tag::kDisplayName).value_or(""),
+                               table->text(row, tag::kSmtpAddress).value_or("")});
+  }
+}
+
+void ItemReader::readAttachments(Item& item) {
+  auto subs = access_.subnodes(item.nid, quiet_);
+  auto table = NodeAccess::tc(access_.subnodeData(item.nid, kSubAttachments, quiet_), quiet_);
+  std::size_t attachmentSubnodes = 0;
+  if (subs)
+    for (const auto& s : *subs) attachmentSubnodes += (s.nid & kNidTypeMask) == kNidTypeAttachment;
+  std::size_t rows = table ? table->rows().size() : 0;
+  if (attachmentSubnodes != rows)
+    log_.add(db_.node(item.nid)->entryOffset, std::to_string(attachmentSubnodes) + " attachment subnodes but " +
+                                                  std::to_string(rows) + " attachment-table rows");
+  if (!table) return;
+  for (const Row& row : table->rows())
+    if (auto att = readAttachment(item, *table, row)) item.attachments.push_back(*att);
+}
+
+std::optional<Attachment> ItemReader::readAttachment(const Item& item, const TableContext& table, const Row& row) {
+  Attachment att;
+  att.subnodeNid = row.rowId;
+  att.number = table.u32(row, tag::kAttachNumber).value_or(0);
+  att.name = table.text(row, tag::kAttachFilename).value_or("");
+  att.size = table.u32(row, tag::kAttachSize).value_or(0);
+  att.method = table.u32(row, tag::kAttachMethod).value_or(0);
+  if (att.subnodeNid != attachmentNid(att.number))
+    log_.add(row.offset, "attachment row with number " + std::to_string(att.number) + " has row ID " +
+                             hex(att.subnodeNid));
+  auto pc = NodeAccess::pc(access_.subnodeData(item.nid, att.subnodeNid, quiet_), quiet_);
+  if (!pc) {
+    log_.add(row.offset, "attachment " + hex(att.subnodeNid) + " has no readable property context");
+    return att;
+  }
+  if (pc->u32(tag::kAttachNumber) != att.number)
+    log_.add(row.offset, "attachment " + hex(att.subnodeNid) + ": number in its PC differs from the table");
+  if (pc->u32(tag::kAttachSize) != att.size)
+    log_.add(row.offset, "attachment " + hex(att.subnodeNid) + ": size in its PC differs from the table");
+  const PropValue* name = pc->find(tag::kAttachLongFilename8);
+  if (name == nullptr) name = pc->find(tag::kAttachFilename8);
+  if (name != nullptr && utf16ToUtf8(name->bytes) != att.name)
+    log_.add(name->offset, "attachment " + hex(att.subnodeNid) + ": file name in its PC differs from the table");
+  auto bid = pc->u64(tag::kAttachDataBinary);
+  if (!bid) {
+    log_.add(row.offset, "attachment " + hex(att.subnodeNid) + " has no 8-byte data reference");
+    return att;
+  }
+  att.dataBid = *bid;
+  checkAttachmentData(att, pc->find(tag::kAttachDataBinary)->offset);
+  return att;
+}
+
+void ItemReader::checkAttachmentData(const Attachment& att, std::uint64_t at) {
+  ViolationLog::Scope scope(log_, "attachment " + hex(att.subnodeNid));
+  auto data = access_.tree(att.dataBid, at, log_);
+  if (data && data->bytes.size() != att.size)
+    log_.add(at, "data holds " + std::to_string(data->bytes.size()) + " bytes, the attachment records " +
+                     std::to_string(att.size));
+}
+
+}  // namespace vread

@@ -1,0 +1,95 @@
+#include "property_context.h"
+
+#include "bth.h"
+#include "layout.h"
+#include "prop_types.h"
+#include "text.h"
+
+namespace vread {
+
+using namespace layout;
+
+namespace {
+
+constexpr std::uint8_t kPcKeySize = 2;
+constexpr std::uint8_t kPcDataSize = 6;
+constexpr std::size_t kEightBytes = 8;
+
+Bytes inlineBytes(std::uint32_t value, std::uint16_t type) {
+  Bytes b{static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+          static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
+  // A short string kept in the record: drop the unused zero code units.
+  if (type == ptype::kUnicode)
+    while (b.size() >= 2 && b[b.size() - 1] == 0 && b[b.size() - 2] == 0) b.resize(b.size() - 2);
+  return b;
+}
+
+}  // namespace
+
+std::optional<PropertyContext> PropertyContext::parse(const Heap& heap, ViolationLog& log) {
+  if (heap.clientSig() != kClientPc) {
+    log.add(heap.fileOffsetAt(3), "heap client signature " + hex(heap.clientSig()) + " is not a property context");
+    return std::nullopt;
+  }
+  // One property ID may appear with two types; records then ascend by type.
+  auto bth = readBth(heap, heap.userRoot(), kPcKeySize, kPcDataSize, log, true);
+  if (!bth) return std::nullopt;
+  PropertyContext pc;
+  std::uint32_t lastTag = 0;
+  for (const auto& rec : bth->records) {
+    std::uint32_t tag = (static_cast<std::uint32_t>(le16(rec.key.data())) << 16) | le16(rec.data.data());
+    if (!pc.props_.empty() && tag <= lastTag) log.add(rec.offset, "property " + hex(tag) + " is out of tag order");
+    lastTag = tag;
+    pc.addRecord(heap, bth->structureHids, le16(rec.key.data()), rec.data, rec.offset, log);
+  }
+  std::set<std::uint32_t> used = bth->structureHids;
+  for (const auto& entry : pc.props_)
+    if (entry.second.inHeap) used.insert(entry.second.hnid);
+  reportUnreferenced(heap, used, log);
+  return pc;
+}
+
+void PropertyContext::addRecord(const Heap& heap, const std::set<std::uint32_t>& structure, std::uint16_t id,
+                                const Bytes& data, std::uint64_t offset, ViolationLog& log) {
+  std::uint16_t type = le16(data.data());
+  std::uint32_t hnid = le32(data.data() + 2);
+  std::uint32_t tag = (static_cast<std::uint32_t>(id) << 16) | type;
+  PropValue value{tag, {}, false, hnid, offset};
+  bool heapRef = !isInlineType(type) && heap.isHid(hnid) && !structure.count(hnid);
+  if (heapRef) {
+    value.bytes = *heap.item(hnid);
+    value.inHeap = true;
+  } else if (!isInlineType(type) && hnid != 0 && isEightByteType(type)) {
+    log.add(offset, "property " + hex(tag) + " of an 8-byte type does not refer to a heap allocation");
+  } else if (hnid != 0 || isInlineType(type)) {
+    value.bytes = inlineBytes(hnid, type);
+  }
+  if (heapRef && isEightByteType(type) && value.bytes.size() != kEightBytes)
+    log.add(offset, "property " + hex(tag) + " holds " + std::to_string(value.bytes.size()) + " bytes, expected 8");
+  props_[tag] = std::move(value);
+}
+
+const PropValue* PropertyContext::find(std::uint32_t tag) const {
+  auto it = props_.find(tag);
+  return it == props_.end() ? nullptr : &it->second;
+}
+
+std::optional<std::string> PropertyContext::text(std::uint32_t tag) const {
+  const PropValue* v = find(tag);
+  if (v == nullptr) return std::nullopt;
+  return utf16ToUtf8(v->bytes);
+}
+
+std::optional<std::uint32_t> PropertyContext::u32(std::uint32_t tag) const {
+  const PropValue* v = find(tag);
+  if (v == nullptr || v->bytes.size() < 4) return std::nullopt;
+  return le32(v->bytes.data());
+}
+
+std::optional<std::uint64_t> PropertyContext::u64(std::uint32_t tag) const {
+  const PropValue* v = find(tag);
+  if (v == nullptr || v->bytes.size() != kEightBytes) return std::nullopt;
+  return le64(v->bytes.data());
+}
+
+}  // namespace vread

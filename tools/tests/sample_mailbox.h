@@ -1,0 +1,34 @@
+// A small but complete mailbox image: store, name map, root, the default
+// folders, a Calendar folder, one message with recipients and an attachment,
+// and one appointment.
+#pragma once
+
+#include <cstdint>
+
+#include "image_builder.h"
+
+namespace testimg {
+
+constexpr std::uint32_t kCalendar = 0x22;
+constexpr std::uint32_t kMessage = 0x24;
+constexpr std::uint32_t kEvent = 0x44;
+constexpr std::size_t kAttachmentSize = 10000;  // spans two data blocks
+constexpr std::uint64_t kStartFiletime = 133444736000000000ull;
+constexpr std::uint64_t kEndFiletime = kStartFiletime + 36000000000ull;
+
+struct SampleOptions {
+  bool reverseContents = false;  // Inbox contents rows out of NID order
+  std::uint32_t recordMessages = 1;
+};
+
+struct Sample {
+  Bytes image;
+  std::uint64_t inboxDataIb = 0;  // the Inbox PC block
+  std::uint64_t nbtIb = 0;
+  std::uint64_t recordIb = 0;
+};
+
+Sample buildSample(const SampleOptions& options = {});
+Bytes attachmentBytes();
+
+}  // namespace testimg
