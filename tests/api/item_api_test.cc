@@ -155,6 +155,9 @@ TEST(ApiItems, MessageDefaultsSimpleMessagesAndNullHandles) {
   const auto before = std::chrono::system_clock::now();
   const uint64_t simple = virel_add_message_simple(w, NULL, "Hi", NULL);
   EXPECT_NE(virel_add_message_simple(w, "Inbox", NULL, NULL), 0u);
+  // A one-character subject sits in its record; its bytes equal the heap
+  // ID of the body.
+  const uint64_t at = virel_add_message_simple(w, "Inbox", "@", "the body text");
 
   EXPECT_EQ(virel_writer_add_message(NULL, "Inbox", empty), 0u);
   EXPECT_EQ(virel_writer_add_message(w, "Inbox", NULL), 0u);
@@ -185,7 +188,12 @@ TEST(ApiItems, MessageDefaultsSimpleMessagesAndNullHandles) {
   const auto ps = box.properties(static_cast<uint32_t>(simple));
   EXPECT_EQ(Tags(*ps), (std::vector<uint32_t>{kMessageClass, kSubject, 0x0E1D001F}));
   EXPECT_EQ(box.node(static_cast<uint32_t>(simple))->parent, 0x202u);
-  EXPECT_EQ(box.recordBlock()->messages, 4u);
+  EXPECT_EQ(box.recordBlock()->messages, 5u);
+  const auto pat = box.properties(static_cast<uint32_t>(at));
+  EXPECT_EQ(pat->find(kSubject)->hnid, 0x40u);
+  EXPECT_EQ(pat->find(0x1000001F)->hnid, 0x40u);
+  EXPECT_EQ(pat->text(kSubject), "@");
+  EXPECT_EQ(pat->text(0x1000001F), "the body text");
 
   // Only the kept row of the simple message carries a time: now, in FILETIME.
   const auto rows = RecordBlocks(box, "LTPC");

@@ -14,6 +14,9 @@ namespace {
 constexpr std::uint8_t kPcKeySize = 2;
 constexpr std::uint8_t kPcDataSize = 6;
 constexpr std::size_t kEightBytes = 8;
+constexpr std::size_t kInlineLimit = 4;
+constexpr std::uint32_t kFirstHid = 0x20;
+constexpr std::uint32_t kHidStep = 0x20;
 
 Bytes inlineBytes(std::uint32_t value, std::uint16_t type) {
   Bytes b{static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
@@ -22,6 +25,43 @@ Bytes inlineBytes(std::uint32_t value, std::uint16_t type) {
   if (type == ptype::kUnicode)
     while (b.size() >= 2 && b[b.size() - 1] == 0 && b[b.size() - 2] == 0) b.resize(b.size() - 2);
   return b;
+}
+
+bool isValueAllocation(const Heap& heap, const Bth& bth, std::uint32_t hid) {
+  return heap.isHid(hid) && !bth.structureHids.count(hid) && heap.item(hid)->size() > kInlineLimit;
+}
+
+// Assigns the value allocations from `hid` on, in order, to records from
+// `from` on; the latest fitting record is tried first.
+bool assignValues(const Heap& heap, const Bth& bth, std::uint32_t hid, std::size_t from,
+                  std::vector<bool>& inHeap) {
+  if (!isValueAllocation(heap, bth, hid)) return true;
+  for (std::size_t i = bth.records.size(); i-- > from;) {
+    const Bytes& d = bth.records[i].data;
+    if (isInlineType(le16(d.data())) || le32(d.data() + 2) != hid) continue;
+    inHeap[i] = true;
+    if (assignValues(heap, bth, hid + kHidStep, i + 1, inHeap)) return true;
+    inHeap[i] = false;
+  }
+  return false;
+}
+
+// Values longer than four bytes sit on the heap in tag order, one
+// allocation each, before the record array; shorter ones, strings
+// included, sit in the record itself, where their bytes can equal a heap
+// ID. So the records that refer to the heap are found by matching the
+// value allocations to the records in order.
+std::vector<bool> heapReferences(const Heap& heap, const Bth& bth) {
+  std::vector<bool> inHeap(bth.records.size(), false);
+  if (!assignValues(heap, bth, kFirstHid, 0, inHeap)) {
+    // No consistent match: take every record that names an allocation.
+    for (std::size_t i = 0; i < bth.records.size(); ++i) {
+      const Bytes& d = bth.records[i].data;
+      const std::uint32_t hnid = le32(d.data() + 2);
+      inHeap[i] = !isInlineType(le16(d.data())) && heap.isHid(hnid) && !bth.structureHids.count(hnid);
+    }
+  }
+  return inHeap;
 }
 
 }  // namespace
@@ -36,11 +76,13 @@ std::optional<PropertyContext> PropertyContext::parse(const Heap& heap, Violatio
   if (!bth) return std::nullopt;
   PropertyContext pc;
   std::uint32_t lastTag = 0;
+  const std::vector<bool> inHeap = heapReferences(heap, *bth);
+  std::size_t index = 0;
   for (const auto& rec : bth->records) {
     std::uint32_t tag = (static_cast<std::uint32_t>(le16(rec.key.data())) << 16) | le16(rec.data.data());
     if (!pc.props_.empty() && tag <= lastTag) log.add(rec.offset, "property " + hex(tag) + " is out of tag order");
     lastTag = tag;
-    pc.addRecord(heap, bth->structureHids, le16(rec.key.data()), rec.data, rec.offset, log);
+    pc.addRecord(heap, le16(rec.key.data()), rec.data, rec.offset, inHeap[index++], log);
   }
   std::set<std::uint32_t> used = bth->structureHids;
   for (const auto& entry : pc.props_)
@@ -49,13 +91,12 @@ std::optional<PropertyContext> PropertyContext::parse(const Heap& heap, Violatio
   return pc;
 }
 
-void PropertyContext::addRecord(const Heap& heap, const std::set<std::uint32_t>& structure, std::uint16_t id,
-                                const Bytes& data, std::uint64_t offset, ViolationLog& log) {
+void PropertyContext::addRecord(const Heap& heap, std::uint16_t id, const Bytes& data, std::uint64_t offset,
+                                bool heapRef, ViolationLog& log) {
   std::uint16_t type = le16(data.data());
   std::uint32_t hnid = le32(data.data() + 2);
   std::uint32_t tag = (static_cast<std::uint32_t>(id) << 16) | type;
   PropValue value{tag, {}, false, hnid, offset};
-  bool heapRef = !isInlineType(type) && heap.isHid(hnid) && !structure.count(hnid);
   if (heapRef) {
     value.bytes = *heap.item(hnid);
     value.inHeap = true;

@@ -33,8 +33,8 @@ class PropertyContext {
   std::optional<std::uint64_t> u64(std::uint32_t tag) const;
 
  private:
-  void addRecord(const Heap& heap, const std::set<std::uint32_t>& structure, std::uint16_t id, const Bytes& data,
-                 std::uint64_t offset, ViolationLog& log);
+  void addRecord(const Heap& heap, std::uint16_t id, const Bytes& data, std::uint64_t offset, bool heapRef,
+                 ViolationLog& log);
 
   std::map<std::uint32_t, PropValue> props_;
 };
