@@ -21,12 +21,12 @@ VIREL_API virel_event* virel_create_event(void) {
 
 VIREL_API void virel_event_set_start_time(virel_event* event, int64_t seconds) {
   if (event == nullptr) return;
-  AsEvent(event)->start = seconds * virel::kTicksPerSecond;
+  AsEvent(event)->start = virel::SecondsToTicks(seconds);
 }
 
 VIREL_API void virel_event_set_end_time(virel_event* event, int64_t seconds) {
   if (event == nullptr) return;
-  AsEvent(event)->end = seconds * virel::kTicksPerSecond;
+  AsEvent(event)->end = virel::SecondsToTicks(seconds);
 }
 
 VIREL_API void virel_event_set_all_day(virel_event* event, int32_t all_day) {

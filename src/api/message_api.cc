@@ -59,7 +59,7 @@ VIREL_API void virel_message_set_sender(virel_message* message,
 
 VIREL_API void virel_message_set_time(virel_message* message, int64_t seconds) {
   if (message == nullptr) return;
-  AsMessage(message)->time = seconds * virel::kTicksPerSecond;
+  AsMessage(message)->time = virel::SecondsToTicks(seconds);
 }
 
 VIREL_API void virel_message_add_recipient(virel_message* message,

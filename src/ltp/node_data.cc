@@ -1,17 +1,24 @@
 #include "ltp/node_data.h"
 
+#include <stdexcept>
+
 #include "ltp/property_context.h"
 
 namespace virel {
 namespace ltp {
-namespace {
+void RequireOnePage(const Heap& heap) {
+  if (heap.Serialize().size() > kMaxHeapSize) {
+    throw std::length_error("property data larger than one heap page");
+  }
+}
 
 WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer) {
   const Bytes bytes = heap.Serialize();
+  if (bytes.size() > kMaxHeapSize) {
+    throw std::length_error("property data larger than one heap page");
+  }
   return {writer->WriteData(bytes, false), bytes.size()};
 }
-
-}  // namespace
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,
                                      ndb::DataWriter* writer) {

@@ -13,10 +13,18 @@
 namespace virel {
 namespace ltp {
 
+// A heap is one page with 16-bit offsets.
+inline constexpr size_t kMaxHeapSize = 0xFFFF;
+
 struct WrittenNodeData {
   uint64_t bid = 0;
   uint64_t heap_size = 0;  // bytes of the serialised heap
 };
+
+// Throws std::length_error, writing nothing, when the heap's offsets
+// would not fit 16 bits.
+void RequireOnePage(const Heap& heap);
+WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer);
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,
                                      ndb::DataWriter* writer);

@@ -10,7 +10,6 @@ namespace virel {
 namespace {
 
 constexpr char kMessageClassAppointment[] = "IPM.Appointment";
-constexpr int64_t kTicksPerMinute = 600000000;
 
 std::atomic<uint64_t> g_event_sequence{0};
 
@@ -44,7 +43,7 @@ void SetNamedProperties(const EventRecord& e, NamedPropertyMap* names,
   bag->SetInt64(tag::Named(start, tag::kTypeSysTime), TicksToFiletime(e.start));
   bag->SetInt64(tag::Named(end, tag::kTypeSysTime), TicksToFiletime(e.end));
   bag->SetInt32(tag::Named(duration, tag::kTypeLong),
-                static_cast<uint32_t>((e.end - e.start) / kTicksPerMinute));
+                static_cast<uint32_t>(DurationMinutes(e.start, e.end)));
   SetIfPresent(bag, tag::Named(location, tag::kTypeUnicode), e.location());
   bag->SetInt32(tag::Named(busy, tag::kTypeLong), e.busy_status);
   bag->SetInt32(tag::Named(state, tag::kTypeLong),

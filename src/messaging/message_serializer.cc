@@ -1,6 +1,9 @@
 #include "messaging/message_serializer.h"
 
+#include <stdexcept>
+
 #include "core/stats.h"
+#include "ltp/property_context.h"
 #include "ltp/node_data.h"
 #include "ltp/utf8.h"
 #include "messaging/property_tags.h"
@@ -14,6 +17,9 @@ constexpr uint32_t kRecipientTableSubnode = 0x12;
 constexpr uint32_t kAttachmentSubnodeType = 0x05;
 constexpr uint32_t kAttachMethodByValue = 1;
 constexpr char kMessageClassNote[] = "IPM.Note";
+// One SLBLOCK holds (8176 - 8) / 24 = 340 subnodes: two tables and the
+// attachments.
+constexpr size_t kMaxAttachments = 338;
 
 // Recipient types as the recipient table stores them.
 constexpr uint32_t kTableTypeTo = 1;
@@ -61,8 +67,7 @@ ltp::PropertyBag MessageProperties(const MessageRecord& m) {
   return bag;
 }
 
-uint64_t WriteRecipientTable(const std::vector<Recipient>& recipients,
-                             ndb::DataWriter* writer) {
+ltp::Heap RecipientTable(const std::vector<Recipient>& recipients) {
   ltp::Heap heap;
   std::vector<ltp::TableRow> rows;
   uint32_t row_id = 0;
@@ -75,10 +80,9 @@ uint64_t WriteRecipientTable(const std::vector<Recipient>& recipients,
     row.cells.emplace_back(tag::kSmtpAddress, StringCell(&heap, r.address));
     rows.push_back(std::move(row));
   }
-  return ltp::WriteTableContext(
-             {tag::kRecipientType, tag::kDisplayName, tag::kSmtpAddress}, rows,
-             &heap, writer)
-      .bid;
+  ltp::BuildTableContext(
+      {tag::kRecipientType, tag::kDisplayName, tag::kSmtpAddress}, rows, &heap);
+  return heap;
 }
 
 uint64_t WriteAttachmentTable(const std::vector<AttachmentResult>& attachments,
@@ -164,6 +168,16 @@ std::vector<AttachmentResult> serialize_attachments(
 ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
                              ndb::DataWriter* writer, ndb::NodeRegistry* nodes) {
   ScopedTimer timer(stat::kSerializeMessage);
+  // Everything that could break the layout is checked before any write.
+  if (message.attachments.size() > kMaxAttachments) {
+    throw std::length_error("too many attachments for one subnode list");
+  }
+  ltp::Heap properties;
+  ltp::BuildPropertyContext(MessageProperties(message), &properties);
+  ltp::RequireOnePage(properties);
+  const ltp::Heap recipients = RecipientTable(message.recipients);
+  ltp::RequireOnePage(recipients);
+
   const std::vector<AttachmentResult> attachments =
       serialize_attachments(message.attachments, writer, nodes);
 
@@ -176,15 +190,13 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
     }
   }
   if (!message.recipients.empty()) {
-    subnodes.Add(kRecipientTableSubnode,
-                 WriteRecipientTable(message.recipients, writer));
+    subnodes.Add(kRecipientTableSubnode, ltp::WriteHeap(recipients, writer).bid);
   }
   subnodes.SortByNid();
 
   ItemResult result;
   result.bid_sub = subnodes.empty() ? 0 : writer->WriteData(subnodes.Finish(), true);
-  const ltp::WrittenNodeData pc =
-      ltp::WritePropertyContext(MessageProperties(message), writer);
+  const ltp::WrittenNodeData pc = ltp::WriteHeap(properties, writer);
   result.bid_data = pc.bid;
   result.serialized_size = pc.heap_size;
 

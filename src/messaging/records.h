@@ -89,11 +89,27 @@ struct ContentRecord {
   uint32_t kind;
 };
 
+// Seconds as 100-ns ticks. Out-of-range values wrap instead of
+// overflowing: times are kept without range checks.
+inline int64_t SecondsToTicks(int64_t seconds) {
+  return static_cast<int64_t>(static_cast<uint64_t>(seconds) *
+                              static_cast<uint64_t>(kTicksPerSecond));
+}
+
 // FILETIME of a tick count: whole seconds (toward zero) since 1601.
 inline constexpr int64_t kEpochDifferenceSeconds = 11644473600LL;
 inline uint64_t TicksToFiletime(int64_t ticks) {
-  return static_cast<uint64_t>((ticks / kTicksPerSecond + kEpochDifferenceSeconds) *
-                               kTicksPerSecond);
+  const uint64_t seconds = static_cast<uint64_t>(ticks / kTicksPerSecond) +
+                           static_cast<uint64_t>(kEpochDifferenceSeconds);
+  return seconds * static_cast<uint64_t>(kTicksPerSecond);
+}
+
+// end - start in whole minutes, toward zero; wraps rather than overflows.
+inline int64_t DurationMinutes(int64_t start, int64_t end) {
+  constexpr int64_t kTicksPerMinute = 60 * kTicksPerSecond;
+  const int64_t span = static_cast<int64_t>(static_cast<uint64_t>(end) -
+                                            static_cast<uint64_t>(start));
+  return span / kTicksPerMinute;
 }
 
 }  // namespace virel

@@ -7,6 +7,7 @@
 #ifdef _WIN32
 #include <windows.h>
 
+#include <climits>
 #include <filesystem>
 #else
 #include <sys/stat.h>
@@ -26,14 +27,18 @@ bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
 #ifdef _WIN32
 // The output path is in the code page of the file interfaces, not UTF-8.
+// An empty result means the path cannot be converted.
 std::wstring ToWide(const std::string& s) {
-  if (s.empty()) return std::wstring();
+  if (s.empty() || s.size() > static_cast<size_t>(INT_MAX)) {
+    return std::wstring();
+  }
   const UINT cp = AreFileApisANSI() ? CP_ACP : CP_OEMCP;
-  const int n = MultiByteToWideChar(cp, 0, s.data(), static_cast<int>(s.size()),
-                                    nullptr, 0);
-  std::wstring w(static_cast<size_t>(n > 0 ? n : 0), L'\0');
-  if (n > 0) {
-    MultiByteToWideChar(cp, 0, s.data(), static_cast<int>(s.size()), &w[0], n);
+  const int size = static_cast<int>(s.size());
+  const int n = MultiByteToWideChar(cp, 0, s.data(), size, nullptr, 0);
+  if (n < 1) return std::wstring();
+  std::wstring w(static_cast<size_t>(n), L'\0');
+  if (MultiByteToWideChar(cp, 0, s.data(), size, &w[0], n) != n) {
+    return std::wstring();
   }
   return w;
 }
@@ -55,15 +60,55 @@ std::string SystemErrorText(DWORD code) {
 
 // Returns an empty string on success, else the system's error text.
 std::string MakeDirectory(const std::string& dir) {
-  if (CreateDirectoryW(ToWide(dir).c_str(), nullptr)) return std::string();
+  const std::wstring wide = ToWide(dir);
+  if (CreateDirectoryW(wide.c_str(), nullptr)) return std::string();
   const DWORD err = GetLastError();
-  if (err == ERROR_ALREADY_EXISTS) {
-    const DWORD attrs = GetFileAttributesW(ToWide(dir).c_str());
-    if (attrs != INVALID_FILE_ATTRIBUTES && (attrs & FILE_ATTRIBUTE_DIRECTORY)) {
-      return std::string();
-    }
+  // An existing directory is no failure, whichever error it gave: some
+  // (a drive root, a folder on a read-only share) report access denied.
+  const DWORD attrs = GetFileAttributesW(wide.c_str());
+  if (attrs != INVALID_FILE_ATTRIBUTES && (attrs & FILE_ATTRIBUTE_DIRECTORY)) {
+    return std::string();
   }
   return SystemErrorText(err);
+}
+
+bool IsSeparatorAt(const std::string& s, size_t i) {
+  return i < s.size() && IsSeparator(s[i]);
+}
+
+// The end of the path component that starts at `pos`.
+size_t ComponentEnd(const std::string& s, size_t pos) {
+  while (pos < s.size() && !IsSeparator(s[pos])) ++pos;
+  return pos;
+}
+
+// The end of "server\share" starting at `pos`.
+size_t ShareEnd(const std::string& s, size_t pos) {
+  pos = ComponentEnd(s, pos);
+  while (IsSeparatorAt(s, pos)) ++pos;
+  return ComponentEnd(s, pos);
+}
+
+// Length of the leading part of a path that names a drive, a share or a
+// device rather than a directory, which is never created: "C:",
+// "\\server\share", "\\?\C:", "\\?\UNC\server\share", "\\.\device".
+size_t RootLength(const std::string& dir) {
+  if (dir.size() >= 2 && dir[1] == ':') return 2;
+  if (!IsSeparatorAt(dir, 0) || !IsSeparatorAt(dir, 1)) return 0;
+  if (dir.size() >= 3 && (dir[2] == '?' || dir[2] == '.') &&
+      (dir.size() == 3 || IsSeparator(dir[3]))) {
+    const size_t pos = 4;
+    if (pos >= dir.size()) return dir.size();
+    if (dir.size() >= pos + 2 && dir[pos + 1] == ':') return pos + 2;
+    if (IsSeparatorAt(dir, pos + 3) &&
+        (dir[pos] == 'U' || dir[pos] == 'u') &&
+        (dir[pos + 1] == 'N' || dir[pos + 1] == 'n') &&
+        (dir[pos + 2] == 'C' || dir[pos + 2] == 'c')) {
+      return ShareEnd(dir, pos + 4);
+    }
+    return ComponentEnd(dir, pos);
+  }
+  return ShareEnd(dir, 2);
 }
 #else
 std::string MakeDirectory(const std::string& dir) {
@@ -75,11 +120,13 @@ std::string MakeDirectory(const std::string& dir) {
   }
   return std::strerror(err);
 }
+
+size_t RootLength(const std::string&) { return 0; }
 #endif
 
 // Creates `dir` and every missing ancestor.
 void CreateDirectories(const std::string& dir) {
-  for (size_t i = 1; i <= dir.size(); ++i) {
+  for (size_t i = RootLength(dir) + 1; i <= dir.size(); ++i) {
     if (i < dir.size() && !IsSeparator(dir[i])) continue;
     if (IsSeparator(dir[i - 1])) continue;  // root or doubled separator
     const std::string prefix = dir.substr(0, i);

@@ -168,7 +168,6 @@ TEST(ApiItems, MessageDefaultsSimpleMessagesAndNullHandles) {
   virel_message_add_recipient(NULL, "a", "b", 1);
   virel_message_add_attachment(NULL, "a", "b", 1);
   virel_destroy_message(NULL);
-  EXPECT_EQ(virel_create_message() != NULL, true);
   virel_destroy_message(empty);
   virel_destroy_message(shared);
   virel_close(w);
@@ -210,4 +209,39 @@ TEST(ApiItems, MessageDefaultsSimpleMessagesAndNullHandles) {
     }
   }
   EXPECT_TRUE(found);
+}
+
+TEST(ApiItems, ItemsThatWouldBreakTheLayoutAreRefused) {
+  Written out;
+  virel_writer* w = virel_create_writer(out.path.c_str());
+  const std::string big(40000, 'a');  // 80,000 bytes as UTF-16
+  EXPECT_EQ(virel_add_message_simple(w, "Inbox", "big", big.c_str()), 0u);
+  virel_message* many = virel_create_message();
+  for (int i = 0; i < 339; ++i) virel_message_add_attachment(many, "a", "x", 1);
+  EXPECT_EQ(virel_writer_add_message(w, "Inbox", many), 0u);
+  virel_message* names = virel_create_message();
+  for (int i = 0; i < 2000; ++i) {
+    virel_message_add_recipient(names, "Recipient Name", "recipient@example.com", 1);
+  }
+  EXPECT_EQ(virel_writer_add_message(w, "Inbox", names), 0u);
+  virel_event* e = virel_create_event();
+  virel_event_set_location(e, big.c_str());
+  EXPECT_EQ(virel_writer_add_event(w, "Calendar", e), 0u);
+  virel_destroy_event(e);
+  // A refused item leaves nothing behind; the writer goes on.
+  virel_message* ok = virel_create_message();
+  for (int i = 0; i < 3; ++i) virel_message_add_attachment(ok, "a", "x", 1);
+  const uint64_t nid = virel_writer_add_message(w, "Inbox", ok);
+  EXPECT_NE(nid, 0u);
+  virel_destroy_message(many);
+  virel_destroy_message(names);
+  virel_destroy_message(ok);
+  virel_destroy_writer(w);
+
+  const vread::Mailbox box = OpenChecked(out.path);
+  EXPECT_EQ(box.recordBlock()->messages, 1u);
+  EXPECT_EQ(box.subnodes(static_cast<uint32_t>(nid)).size(), 4u);
+  // Only the bookkeeping records are unreferenced: nothing of the refused
+  // messages was written.
+  for (const auto& b : box.unreferencedBlocks()) EXPECT_EQ(b.bid & 2, 2u);
 }

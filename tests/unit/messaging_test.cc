@@ -121,6 +121,12 @@ TEST(MessagingConversions, TimesAndStateFlags) {
   EXPECT_EQ(TicksToFiletime(15), 116444736000000000ull);  // sub-second dropped
   EXPECT_EQ(TicksToFiletime(-15), 116444736000000000ull);  // toward zero
   EXPECT_EQ(TicksToFiletime(-10000000), 116444735990000000ull);
+  EXPECT_EQ(DurationMinutes(0, 90 * 10000000LL), 1);
+  EXPECT_EQ(DurationMinutes(0, -90 * 10000000LL), -1);  // toward zero
+  // Extreme values wrap instead of overflowing.
+  EXPECT_EQ(SecondsToTicks(INT64_MAX / 10000000 + 1) < 0, true);
+  EXPECT_EQ(DurationMinutes(INT64_MIN, INT64_MAX), 0);  // the span wraps to -1 tick
+  TicksToFiletime(INT64_MIN);
   EXPECT_EQ(AppointmentStateFlags(1), 1u);
   EXPECT_EQ(AppointmentStateFlags(3), 2u);
   EXPECT_EQ(AppointmentStateFlags(5), 4u);

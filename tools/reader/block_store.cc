@@ -14,6 +14,7 @@ constexpr std::uint64_t kOffTrailerSig = 2;
 constexpr std::uint64_t kOffTrailerCrc = 4;
 constexpr std::uint64_t kOffTrailerBid = 8;
 constexpr std::uint64_t kMaxTrailerOffset = trailerOffset(0xFFFF);
+constexpr std::uint64_t kSizeWrap = 0x10000;
 
 bool isInternal(std::uint64_t bid) { return (bid & kBidInternal) != 0; }
 
@@ -30,7 +31,24 @@ const BlockEntry* BlockStore::find(std::uint64_t bid) const {
   return it == blocks_.end() ? nullptr : &it->second;
 }
 
-BlockPayload BlockStore::decode(std::uint64_t bid, std::uint64_t ib, const std::uint8_t* raw, std::uint16_t cb,
+std::uint64_t BlockStore::payloadSize(const BlockEntry& e) const {
+  auto cached = sizes_.find(e.bid);
+  if (cached != sizes_.end()) return cached->second;
+  std::uint64_t size = e.cb;
+  for (std::uint64_t wrapped = e.cb + kSizeWrap; isInternal(e.bid); wrapped += kSizeWrap) {
+    const std::uint8_t* t = file_.at(e.ib + trailerOffset(wrapped), kTrailerSize);
+    if (t == nullptr) break;
+    if (le16(t) == e.cb && le64(t + kOffTrailerBid) == e.bid &&
+        le16(t + kOffTrailerSig) == signature(e.ib, e.bid)) {
+      size = wrapped;
+      break;
+    }
+  }
+  sizes_[e.bid] = size;
+  return size;
+}
+
+BlockPayload BlockStore::decode(std::uint64_t bid, std::uint64_t ib, const std::uint8_t* raw, std::uint64_t cb,
                                 std::uint32_t storedCrc) const {
   BlockPayload out{bid, ib, Bytes(raw, raw + cb), false, false};
   // Node data (external BIDs) is always permuted; internal blocks are permuted
@@ -50,7 +68,7 @@ BlockPayload BlockStore::decode(std::uint64_t bid, std::uint64_t ib, const std::
 }
 
 void BlockStore::checkTrailer(const BlockEntry& e, const std::uint8_t* t, ViolationLog& log) const {
-  std::uint64_t at = e.ib + trailerOffset(e.cb);
+  std::uint64_t at = e.ib + trailerOffset(payloadSize(e));
   std::string name = "block " + hex(e.bid);
   if (le16(t) != e.cb)
     log.add(at, name + ": trailer cb " + std::to_string(le16(t)) + ", BBT says " + std::to_string(e.cb));
@@ -72,21 +90,22 @@ std::optional<BlockPayload> BlockStore::read(std::uint64_t bid, ViolationLog& lo
 std::optional<BlockPayload> BlockStore::readChecked(const BlockEntry& entry, ViolationLog& log) const {
   const BlockEntry* e = &entry;
   std::uint64_t bid = e->bid;
-  const std::uint8_t* raw = file_.at(e->ib, blockSpan(e->cb));
+  const std::uint64_t cb = payloadSize(*e);
+  const std::uint8_t* raw = file_.at(e->ib, blockSpan(cb));
   if (raw == nullptr) {
     log.add(e->ib, "block " + hex(bid) + " runs past the end of the file");
     return std::nullopt;
   }
-  const std::uint8_t* trailer = raw + trailerOffset(e->cb);
+  const std::uint8_t* trailer = raw + trailerOffset(cb);
   checkTrailer(*e, trailer, log);
   std::uint32_t stored = le32(trailer + kOffTrailerCrc);
-  BlockPayload payload = decode(bid, e->ib, raw, e->cb, stored);
+  BlockPayload payload = decode(bid, e->ib, raw, cb, stored);
   if (!payload.crcOk) {
-    std::string hint = crc32(raw, e->cb) == stored ? " (it matches the undecoded bytes)" : "";
-    log.add(e->ib + trailerOffset(e->cb) + kOffTrailerCrc,
+    std::string hint = crc32(raw, cb) == stored ? " (it matches the undecoded bytes)" : "";
+    log.add(e->ib + trailerOffset(cb) + kOffTrailerCrc,
             "block " + hex(bid) + ": dwCRC " + hex(stored) + " does not match the payload" + hint);
   }
-  for (std::uint64_t i = e->cb; i < trailerOffset(e->cb); ++i)
+  for (std::uint64_t i = cb; i < trailerOffset(cb); ++i)
     if (raw[i] != 0) {
       log.add(e->ib + i, "block " + hex(bid) + ": padding before the trailer is not zero");
       break;

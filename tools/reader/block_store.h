@@ -33,19 +33,25 @@ class BlockStore {
   // lies outside the file.
   std::optional<BlockPayload> read(std::uint64_t bid, ViolationLog& log) const;
 
+  // The payload size of a listed block. cb keeps only the low 16 bits, so
+  // a bookkeeping record longer than 65535 bytes is found by looking for
+  // its own trailer 64 KiB steps further on.
+  std::uint64_t payloadSize(const BlockEntry& entry) const;
+
   // Payload of the block that starts at `ib`, located by its own trailer,
   // whether or not the BBT lists it.
   std::optional<BlockPayload> readAt(std::uint64_t ib) const;
 
  private:
   std::optional<BlockPayload> readChecked(const BlockEntry& entry, ViolationLog& log) const;
-  BlockPayload decode(std::uint64_t bid, std::uint64_t ib, const std::uint8_t* raw, std::uint16_t cb,
+  BlockPayload decode(std::uint64_t bid, std::uint64_t ib, const std::uint8_t* raw, std::uint64_t cb,
                       std::uint32_t storedCrc) const;
   void checkTrailer(const BlockEntry& entry, const std::uint8_t* trailer, ViolationLog& log) const;
 
   const FileImage& file_;
   std::map<std::uint64_t, BlockEntry> blocks_;
   mutable std::set<std::uint64_t> checked_;
+  mutable std::map<std::uint64_t, std::uint64_t> sizes_;
 };
 
 }  // namespace vread

@@ -26,11 +26,10 @@ std::set<std::uint64_t> pageOffsets(const std::vector<PageInfo>& pages) {
   return out;
 }
 
-void checkEntry(const BlockEntry& b, bool isPage, const HeaderInfo& header, ViolationLog& log) {
+void checkEntry(const BlockEntry& b, bool isPage, std::uint64_t span, const HeaderInfo& header, ViolationLog& log) {
   std::string name = "block " + hex(b.bid);
   if (b.bid & kBidReservedBit) log.add(b.entryOffset, name + " has bit 0 of its BID set");
   if (b.ib < kReservedEnd) log.add(b.entryOffset + 8, name + " lies in the reserved head of the file at " + hex(b.ib));
-  std::uint64_t span = isPage ? kPageSize : blockSpan(b.cb);
   if (b.ib + span > header.fileEof)
     log.add(b.entryOffset + 8, name + " at " + hex(b.ib) + " ends past ibFileEof " + hex(header.fileEof));
   if (isPage && b.cb != kPageAsBlockCb)
@@ -58,9 +57,10 @@ std::vector<Extent> collectExtents(const PlacementInput& in, ViolationLog& log) 
   std::set<std::uint64_t> nbtPages = pageOffsets(in.nbt.pages);
   for (const auto& b : in.bbt.blocks) {
     bool isPage = nbtPages.count(b.ib) != 0;
-    checkEntry(b, isPage, in.header, log);
+    const std::uint64_t span = isPage ? kPageSize : blockSpan(in.store.payloadSize(b));
+    checkEntry(b, isPage, span, in.header, log);
     if (!isPage) in.store.read(b.bid, log);
-    out.push_back({b.ib, b.ib + (isPage ? kPageSize : blockSpan(b.cb)),
+    out.push_back({b.ib, b.ib + span,
                    (isPage ? "NBT page " : "block ") + hex(b.bid)});
   }
   return out;
