@@ -2,6 +2,13 @@
 // and consistent.
 #include <iostream>
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+
+#include <cstdio>
+#endif
+
 #include "extract.h"
 #include "json_report.h"
 #include "mailbox.h"
@@ -12,6 +19,10 @@
 
 int main(int argc, char** argv) {
   using namespace inspect;
+#ifdef _WIN32
+  // The same bytes on every platform: no CRLF translation.
+  _setmode(_fileno(stdout), _O_BINARY);
+#endif
   std::string error;
   auto opt = parseOptions(argc, argv, error);
   if (!opt) {
