@@ -37,6 +37,18 @@ inline uint64_t DecodeFixed64(const uint8_t* p) {
   return v;
 }
 
+// Fresh little-endian byte vectors of one value.
+inline Bytes Fixed32Bytes(uint32_t v) {
+  Bytes b(4);
+  EncodeFixed32(b.data(), v);
+  return b;
+}
+inline Bytes Fixed64Bytes(uint64_t v) {
+  Bytes b(8);
+  EncodeFixed64(b.data(), v);
+  return b;
+}
+
 // Append to a growing byte vector.
 inline void PutFixed8(Bytes* dst, uint8_t v) { dst->push_back(v); }
 inline void PutFixed16(Bytes* dst, uint16_t v) {

@@ -23,8 +23,6 @@ constexpr uint32_t kLogDispids[] = {0x8700, 0x8706, 0x8708};
 constexpr uint16_t kLogTypes[] = {tag::kTypeUnicode, tag::kTypeSysTime,
                                   tag::kTypeSysTime};
 
-Bytes Le32(uint32_t v) { Bytes b; PutFixed32(&b, v); return b; }
-Bytes Le64(uint64_t v) { Bytes b; PutFixed64(&b, v); return b; }
 
 // String cells are left out when empty.
 void AddString(Cells* cells, uint32_t t, const std::string& s) {
@@ -99,9 +97,9 @@ std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
     AddString(&cells, tag::kSenderName, m.sender_name);
     AddString(&cells, tag::kSenderEmail, m.sender_address);
     AddString(&cells, tag::kBody, m.body_plain);
-    cells.emplace_back(tag::kClientSubmitTime, Le64(TicksToFiletime(m.time)));
-    cells.emplace_back(tag::kMessageFlags, Le32(kMessageFlagRead));
-    if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Le32(1));
+    cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
+    cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
+    if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
     std::string display_to;
     for (size_t i = 0; i < m.recipients.size(); ++i) {
       if (i > 0) display_to += kDisplayToSeparator;
@@ -117,8 +115,8 @@ std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
         names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
     const uint16_t location =
         names_->GetOrAssign(kPsetidAppointment, dispid::kLocation);
-    cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Le64(TicksToFiletime(e.start)));
-    cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Le64(TicksToFiletime(e.end)));
+    cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
+    cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
     AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
   } else {
     const bool task = r.kind == kContentTask;

@@ -3,9 +3,14 @@
 #include <stdexcept>
 
 #include "ltp/property_context.h"
+#include "ltp/utf8.h"
 
 namespace virel {
 namespace ltp {
+Bytes StringCell(Heap* heap, const std::string& utf8) {
+  return Fixed32Bytes(heap->Allocate(Utf8ToUtf16(utf8)));
+}
+
 void RequireOnePage(const Heap& heap) {
   if (heap.Serialize().size() > kMaxHeapSize) {
     throw std::length_error("property data larger than one heap page");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "ltp/heap.h"
@@ -12,6 +13,10 @@
 
 namespace virel {
 namespace ltp {
+
+// A string column's cell: the HID of the UTF-16 text, allocated on the
+// table's heap before the table is built.
+Bytes StringCell(Heap* heap, const std::string& utf8);
 
 // A heap is one page with 16-bit offsets.
 inline constexpr size_t kMaxHeapSize = 0xFFFF;

@@ -116,10 +116,8 @@ uint64_t FolderWriter::WriteHierarchyTable(const Folder& folder) {
   ltp::Heap heap;
   std::vector<ltp::TableRow> rows;
   for (const auto& child : children) {
-    const uint32_t hid = heap.Allocate(ltp::Utf8ToUtf16(child.second->name));
-    Bytes cell;
-    PutFixed32(&cell, hid);
-    rows.push_back({child.first, {{tag::kDisplayName, cell}}});
+    rows.push_back({child.first,
+                    {{tag::kDisplayName, ltp::StringCell(&heap, child.second->name)}}});
   }
   return ltp::WriteTableContext({tag::kDisplayName}, rows, &heap, writer_).bid;
 }
@@ -129,10 +127,8 @@ uint64_t FolderWriter::WriteContentsTable(
   ltp::Heap heap;
   std::vector<ltp::TableRow> rows;
   for (const ContentRecord& r : records) {
-    const uint32_t hid = heap.Allocate(ltp::Utf8ToUtf16(MessageClassOf(r.kind)));
-    Bytes cell;
-    PutFixed32(&cell, hid);
-    rows.push_back({static_cast<uint32_t>(r.nid), {{tag::kMessageClass, cell}}});
+    rows.push_back({static_cast<uint32_t>(r.nid),
+                    {{tag::kMessageClass, ltp::StringCell(&heap, MessageClassOf(r.kind))}}});
   }
   return ltp::WriteTableContext({tag::kMessageClass}, rows, &heap, writer_).bid;
 }

@@ -38,17 +38,6 @@ uint32_t TableRecipientType(RecipientKind kind) {
   }
 }
 
-Bytes Le32Cell(uint32_t v) {
-  Bytes b;
-  PutFixed32(&b, v);
-  return b;
-}
-
-// A string column's cell: the HID of the UTF-16 value on the table's heap.
-Bytes StringCell(ltp::Heap* heap, const std::string& utf8) {
-  return Le32Cell(heap->Allocate(ltp::Utf8ToUtf16(utf8)));
-}
-
 ltp::PropertyBag MessageProperties(const MessageRecord& m) {
   ltp::PropertyBag bag;
   bag.SetString(tag::kMessageClass, kMessageClassNote);
@@ -73,11 +62,11 @@ ltp::Heap RecipientTable(const std::vector<Recipient>& recipients) {
   uint32_t row_id = 0;
   for (const Recipient& r : recipients) {
     ltp::TableRow row{row_id++, {}};
-    row.cells.emplace_back(tag::kRecipientType, Le32Cell(TableRecipientType(r.kind)));
+    row.cells.emplace_back(tag::kRecipientType, Fixed32Bytes(TableRecipientType(r.kind)));
     if (!r.name.empty()) {
-      row.cells.emplace_back(tag::kDisplayName, StringCell(&heap, r.name));
+      row.cells.emplace_back(tag::kDisplayName, ltp::StringCell(&heap, r.name));
     }
-    row.cells.emplace_back(tag::kSmtpAddress, StringCell(&heap, r.address));
+    row.cells.emplace_back(tag::kSmtpAddress, ltp::StringCell(&heap, r.address));
     rows.push_back(std::move(row));
   }
   ltp::BuildTableContext(
@@ -92,13 +81,13 @@ uint64_t WriteAttachmentTable(const std::vector<AttachmentResult>& attachments,
   for (size_t n = 0; n < attachments.size(); ++n) {
     const AttachmentResult& a = attachments[n];
     ltp::TableRow row{AttachmentSubnode(n), {}};
-    row.cells.emplace_back(tag::kAttachNumber, Le32Cell(static_cast<uint32_t>(n)));
+    row.cells.emplace_back(tag::kAttachNumber, Fixed32Bytes(static_cast<uint32_t>(n)));
     if (!a.file_name.empty()) {
       row.cells.emplace_back(tag::kAttachFilenameUnicode,
-                             StringCell(&heap, a.file_name));
+                             ltp::StringCell(&heap, a.file_name));
     }
-    row.cells.emplace_back(tag::kAttachSize, Le32Cell(static_cast<uint32_t>(a.size)));
-    row.cells.emplace_back(tag::kAttachMethod, Le32Cell(kAttachMethodByValue));
+    row.cells.emplace_back(tag::kAttachSize, Fixed32Bytes(static_cast<uint32_t>(a.size)));
+    row.cells.emplace_back(tag::kAttachMethod, Fixed32Bytes(kAttachMethodByValue));
     rows.push_back(std::move(row));
   }
   return ltp::WriteTableContext({tag::kAttachNumber, tag::kAttachFilenameUnicode,
