@@ -10,18 +10,6 @@ namespace {
 
 using namespace testimg;
 
-bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment) {
-  for (const auto& v : m.violations())
-    if (v.offset == offset && v.message.find(fragment) != std::string::npos) return true;
-  return false;
-}
-
-std::string describe(const vread::Mailbox& m) {
-  std::string out;
-  for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
-  return out;
-}
-
 TEST(Primitives, ChecksumPermutationAndText) {
   const std::uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
   EXPECT_EQ(vread::crc32(digits, 9), 0xCBF43926u);

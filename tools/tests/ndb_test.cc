@@ -8,18 +8,6 @@ namespace {
 
 using namespace testimg;
 
-bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment) {
-  for (const auto& v : m.violations())
-    if (v.offset == offset && v.message.find(fragment) != std::string::npos) return true;
-  return false;
-}
-
-std::string describe(const vread::Mailbox& m) {
-  std::string out;
-  for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
-  return out;
-}
-
 void fixPageCrc(Bytes& image, std::uint64_t ib) { put32(image, ib + 500, vread::crc32(image.data() + ib, 496)); }
 
 void fixBlockCrc(Bytes& image, std::uint64_t ib, std::uint16_t cb) {

@@ -97,4 +97,16 @@ Sample buildSample(const SampleOptions& options) {
   return s;
 }
 
+bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment) {
+  for (const auto& v : m.violations())
+    if (v.offset == offset && v.message.find(fragment) != std::string::npos) return true;
+  return false;
+}
+
+std::string describe(const vread::Mailbox& m) {
+  std::string out;
+  for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
+  return out;
+}
+
 }  // namespace testimg

@@ -4,8 +4,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "image_builder.h"
+#include "mailbox.h"
 
 namespace testimg {
 
@@ -30,5 +32,10 @@ struct Sample {
 
 Sample buildSample(const SampleOptions& options = {});
 Bytes attachmentBytes();
+
+// A violation at exactly `offset` whose text contains `fragment`.
+bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment);
+// Every violation, one per line, for failure messages.
+std::string describe(const vread::Mailbox& m);
 
 }  // namespace testimg
