@@ -7,22 +7,25 @@
 
 namespace virel {
 namespace ltp {
+
 Bytes StringCell(Heap* heap, const std::string& utf8) {
   return Fixed32Bytes(heap->Allocate(Utf8ToUtf16(utf8)));
 }
 
-void RequireOnePage(const Heap& heap) {
-  if (heap.Serialize().size() > kMaxHeapSize) {
-    throw std::length_error("property data larger than one heap page");
-  }
-}
-
-WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer) {
-  const Bytes bytes = heap.Serialize();
+Bytes SerializeOnePage(const Heap& heap) {
+  Bytes bytes = heap.Serialize();
   if (bytes.size() > kMaxHeapSize) {
     throw std::length_error("property data larger than one heap page");
   }
-  return {writer->WriteData(bytes, false), bytes.size()};
+  return bytes;
+}
+
+WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer) {
+  return {writer->WriteData(heap_bytes, false), heap_bytes.size()};
+}
+
+WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer) {
+  return WriteNodeData(SerializeOnePage(heap), writer);
 }
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,

@@ -26,9 +26,10 @@ struct WrittenNodeData {
   uint64_t heap_size = 0;  // bytes of the serialised heap
 };
 
-// Throws std::length_error, writing nothing, when the heap's offsets
-// would not fit 16 bits.
-void RequireOnePage(const Heap& heap);
+// The heap's bytes; throws std::length_error when its offsets would not
+// fit 16 bits, so a caller can check before writing anything.
+Bytes SerializeOnePage(const Heap& heap);
+WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer);
 WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer);
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,

@@ -161,11 +161,13 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
   if (message.attachments.size() > kMaxAttachments) {
     throw std::length_error("too many attachments for one subnode list");
   }
-  ltp::Heap properties;
-  ltp::BuildPropertyContext(MessageProperties(message), &properties);
-  ltp::RequireOnePage(properties);
-  const ltp::Heap recipients = RecipientTable(message.recipients);
-  ltp::RequireOnePage(recipients);
+  ltp::Heap properties_heap;
+  ltp::BuildPropertyContext(MessageProperties(message), &properties_heap);
+  const Bytes properties = ltp::SerializeOnePage(properties_heap);
+  const Bytes recipients =
+      message.recipients.empty()
+          ? Bytes()
+          : ltp::SerializeOnePage(RecipientTable(message.recipients));
 
   const std::vector<AttachmentResult> attachments =
       serialize_attachments(message.attachments, writer, nodes);
@@ -179,13 +181,13 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
     }
   }
   if (!message.recipients.empty()) {
-    subnodes.Add(kRecipientTableSubnode, ltp::WriteHeap(recipients, writer).bid);
+    subnodes.Add(kRecipientTableSubnode, ltp::WriteNodeData(recipients, writer).bid);
   }
   subnodes.SortByNid();
 
   ItemResult result;
   result.bid_sub = subnodes.empty() ? 0 : writer->WriteData(subnodes.Finish(), true);
-  const ltp::WrittenNodeData pc = ltp::WriteHeap(properties, writer);
+  const ltp::WrittenNodeData pc = ltp::WriteNodeData(properties, writer);
   result.bid_data = pc.bid;
   result.serialized_size = pc.heap_size;
 
