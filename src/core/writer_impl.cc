@@ -61,6 +61,12 @@ uint64_t Virel::Impl::CreateFolder(const std::string& path) {
   return folders_.NidOf(folders_.Resolve(path));
 }
 
+void Virel::Impl::LinkToFolder(uint64_t nid, uint32_t folder_nid) {
+  ndb::Node node = nodes_.FindNode(nid).value();
+  node.nid_parent = folder_nid;
+  nodes_.PutNode(node);
+}
+
 void Virel::Impl::AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind) {
   contents_[folder_id].push_back({nid, kind});
 }
@@ -69,11 +75,14 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
                                  const MessageRecord& m) {
   RequireOpen();
   try {
-    const uint64_t folder = folders_.Resolve(folder_path);
-    const ItemResult r =
-        serialize_message(m, folders_.NidOf(folder), data_.get(), &nodes_);
+    // Serialised before the path is resolved: the message draws its NID
+    // ahead of any folder the path creates, and a refused message leaves
+    // no folder behind. Its parent is linked once the folder is known.
+    const ItemResult r = serialize_message(m, 0, data_.get(), &nodes_);
     items_.messages[r.nid] = {r, m};
+    const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
+    LinkToFolder(r.nid, folders_.NidOf(folder));
     ++messages_added_;
     return r.nid;
   } catch (const std::exception& e) {

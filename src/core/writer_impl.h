@@ -55,6 +55,7 @@ class Virel::Impl {
   void CreateDefaultFolders();
   void RequireOpen() const;
   void AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind);
+  void LinkToFolder(uint64_t nid, uint32_t folder_nid);
   void Finalise();
   void WriteFolders();
   void WriteNameToIdMap();
