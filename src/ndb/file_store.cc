@@ -1,6 +1,7 @@
 #include "ndb/file_store.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -16,6 +17,7 @@
 
 #include "core/errors.h"
 #include "ndb/header.h"
+#include "ndb/io_hook.h"
 
 namespace virel {
 namespace ndb {
@@ -163,6 +165,7 @@ FileStore::FileStore(const std::string& path) : path_(path) {
   }
   open_ = true;
   end_ = 0;
+  position_ = 0;
 }
 
 FileStore::~FileStore() = default;
@@ -171,60 +174,78 @@ void FileStore::RequireOpen(const char* operation) const {
   if (!open_) throw FileIOException(operation, path_, "file not open");
 }
 
-void FileStore::SeekEnd(const char* operation, const char* detail) {
-  stream_.clear();
-  stream_.seekp(0, std::ios::end);
-  if (!stream_) throw FileIOException(operation, path_, detail);
+void FileStore::Write(const char* operation, uint64_t offset, const void* data,
+                      size_t size) {
+  size_t allowed = size;
+  const char* detail = "write failed";
+  bool fail = false;
+  if (IoHook* hook = CurrentIoHook()) {
+    const IoFault fault = hook->Before({IoOp::kWrite, offset, data, size});
+    if (fault.fail) {
+      fail = true;
+      allowed = std::min(fault.written, size);
+      detail = fault.detail;
+    }
+  }
+  if (position_ != offset) {
+    stream_.clear();
+    stream_.seekp(static_cast<std::streamoff>(offset), std::ios::beg);
+    if (!stream_) {
+      position_ = kUnknownPosition;
+      throw FileIOException(operation, path_, "seek failed");
+    }
+  }
+  stream_.write(static_cast<const char*>(data),
+                static_cast<std::streamsize>(allowed));
+  if (!stream_ || fail) {
+    position_ = kUnknownPosition;
+    throw FileIOException(operation, path_, detail);
+  }
+  position_ = offset + size;
+  end_ = std::max(end_, position_);
 }
 
-void FileStore::SyncEnd() {
-  const auto pos = stream_.tellp();
-  if (pos >= 0) end_ = static_cast<uint64_t>(pos);
+void FileStore::Flush(const char* operation) {
+  if (IoHook* hook = CurrentIoHook()) {
+    const IoFault fault = hook->Before({IoOp::kFlush, end_, nullptr, 0});
+    if (fault.fail) throw FileIOException(operation, path_, fault.detail);
+  }
+  stream_.flush();
+  if (!stream_) {
+    position_ = kUnknownPosition;
+    throw FileIOException(operation, path_, "flush failed");
+  }
 }
 
-void FileStore::WriteZeros(uint64_t size) {
+void FileStore::WriteZeros(const char* operation, uint64_t size) {
   static const char kZeros[kZeroChunk] = {};
-  while (size > 0 && stream_) {
+  while (size > 0) {
     const size_t n = static_cast<size_t>(std::min<uint64_t>(size, kZeroChunk));
-    stream_.write(kZeros, static_cast<std::streamsize>(n));
+    Write(operation, end_, kZeros, n);
     size -= n;
   }
 }
 
 uint64_t FileStore::Allocate(uint64_t size) {
   RequireOpen("block allocation");
-  SeekEnd("block allocation", "seek failed");
-  const uint64_t offset = static_cast<uint64_t>(stream_.tellp());
-  WriteZeros(size);
-  stream_.flush();
-  if (!stream_) throw FileIOException("block allocation", path_, "write failed");
-  SyncEnd();
+  const uint64_t offset = end_;
+  WriteZeros("block allocation", size);
+  Flush("block allocation");
   return offset;
 }
 
 void FileStore::WriteAt(uint64_t offset, const void* data, size_t size) {
   RequireOpen("write at");
   if (data == nullptr || size == 0) return;
-  stream_.clear();
-  stream_.seekp(static_cast<std::streamoff>(offset), std::ios::beg);
-  if (!stream_) throw FileIOException("write at", path_, "seek failed");
-  stream_.write(static_cast<const char*>(data),
-                static_cast<std::streamsize>(size));
-  stream_.flush();
-  if (!stream_) throw FileIOException("write at", path_, "write failed");
-  end_ = std::max<uint64_t>(end_, offset + size);
+  Write("write at", offset, data, size);
+  Flush("write at");
 }
 
 void FileStore::WriteHeader(const char* format_name) {
   RequireOpen("header write");
   const Bytes header = BuildHeader(FormatFlag(format_name));
-  stream_.clear();
-  stream_.seekp(0, std::ios::beg);
-  stream_.write(reinterpret_cast<const char*>(header.data()),
-                static_cast<std::streamsize>(header.size()));
-  stream_.flush();
-  if (!stream_) throw FileIOException("header write", path_, "write failed");
-  SyncEnd();
+  Write("header write", 0, header.data(), header.size());
+  Flush("header write");
 }
 
 void FileStore::AppendPending(const Bytes& data) {
@@ -234,35 +255,38 @@ void FileStore::AppendPending(const Bytes& data) {
 void FileStore::FlushPending() {
   RequireOpen("buffer flush");
   if (pending_.empty()) return;
-  SeekEnd("buffer flush", "stream write failed");
-  stream_.write(reinterpret_cast<const char*>(pending_.data()),
-                static_cast<std::streamsize>(pending_.size()));
-  stream_.flush();
-  if (!stream_) {
-    throw FileIOException("buffer flush", path_, "stream write failed");
-  }
+  Write("buffer flush", end_, pending_.data(), pending_.size());
+  Flush("buffer flush");
   pending_.clear();
-  SyncEnd();
 }
 
 void FileStore::PadTo(uint64_t min_size) {
   if (!open_ || end_ >= min_size) return;
-  SeekEnd("closing", "seek failed");
-  WriteZeros(min_size - end_);
-  stream_.flush();
-  if (!stream_) throw FileIOException("closing", path_, "write failed");
-  SyncEnd();
+  WriteZeros("closing", min_size - end_);
+  Flush("closing");
 }
 
 void FileStore::Close() {
   if (!open_) return;
+  const char* failure = nullptr;
+  if (IoHook* hook = CurrentIoHook()) {
+    const IoFault fault = hook->Before({IoOp::kClose, end_, nullptr, 0});
+    if (fault.fail) failure = fault.detail;
+  }
   stream_.flush();
-  const bool flushed = static_cast<bool>(stream_);
+  if (!stream_ && failure == nullptr) failure = "flush failed";
   stream_.close();
   open_ = false;
-  if (!flushed) throw FileIOException("closing", path_, "flush failed");
-  if (stream_.fail()) throw FileIOException("closing", path_, "close failed");
+  if (stream_.fail() && failure == nullptr) failure = "close failed";
+  if (failure != nullptr) throw FileIOException("closing", path_, failure);
 }
+
+namespace {
+std::atomic<IoHook*> g_io_hook{nullptr};
+}  // namespace
+
+void SetIoHook(IoHook* hook) { g_io_hook.store(hook); }
+IoHook* CurrentIoHook() { return g_io_hook.load(std::memory_order_relaxed); }
 
 }  // namespace ndb
 }  // namespace virel

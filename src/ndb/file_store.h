@@ -37,15 +37,20 @@ class FileStore {
   const std::string& path() const { return path_; }
 
  private:
+  static constexpr uint64_t kUnknownPosition = ~uint64_t{0};
+
   void RequireOpen(const char* operation) const;
-  void SeekEnd(const char* operation, const char* detail);
-  void WriteZeros(uint64_t size);
-  void SyncEnd();
+  // Writes at `offset`, seeking only when the stream is elsewhere.
+  void Write(const char* operation, uint64_t offset, const void* data,
+             size_t size);
+  void Flush(const char* operation);
+  void WriteZeros(const char* operation, uint64_t size);
 
   std::string path_;
   std::fstream stream_;
   bool open_ = false;
   uint64_t end_ = 0;
+  uint64_t position_ = kUnknownPosition;  // where the stream will write next
   Bytes pending_;
 };
 
