@@ -10,6 +10,16 @@
 
 #include <stdint.h>
 
+/* The library's version; the build takes its project version from here. */
+#define VIREL_VERSION_MAJOR 0
+#define VIREL_VERSION_MINOR 2
+#define VIREL_VERSION_PATCH 0
+#define VIREL_VERSION_STR_(x) #x
+#define VIREL_VERSION_STR(x) VIREL_VERSION_STR_(x)
+#define VIREL_VERSION                                        \
+  VIREL_VERSION_STR(VIREL_VERSION_MAJOR) "."                 \
+  VIREL_VERSION_STR(VIREL_VERSION_MINOR) "." VIREL_VERSION_STR(VIREL_VERSION_PATCH)
+
 #if defined(_WIN32)
 #if defined(VIREL_BUILDING)
 #define VIREL_API
