@@ -248,6 +248,15 @@ TEST(IcalReader, ReadsEveryCalendarAndKeepsEachEventsText) {
   EXPECT_EQ(events[1].source, second);
   EXPECT_EQ(events[2].source, third);
   EXPECT_EQ(errors, std::vector<std::string>{"a VTODO is not imported"});
+
+  // A VEVENT libical does not see as one (here inside a VTODO) breaks the
+  // match of blocks to events: each event's text is then libical's own.
+  const std::vector<EventItem> mismatched = Parse(Calendar(
+      first + "BEGIN:VTODO\r\nBEGIN:VEVENT\r\nSUMMARY:hidden\r\nEND:VEVENT\r\nEND:VTODO\r\n"));
+  ASSERT_EQ(mismatched.size(), 1u);
+  EXPECT_EQ(mismatched[0].source.rfind("BEGIN:VEVENT\r\n", 0), 0u);
+  EXPECT_NE(mismatched[0].source.find("SUMMARY:one\r\n"), std::string::npos);
+  EXPECT_EQ(mismatched[0].source.find("hidden"), std::string::npos);
 }
 
 TEST(IcalReader, BrokenInputIsReportedNotFatal) {
@@ -283,7 +292,7 @@ TEST(IcalReader, BrokenInputIsReportedNotFatal) {
   // Absurd nesting is refused before libical builds a tree of it.
   errors.clear();
   std::string deep;
-  for (int i = 0; i < 100000; ++i) deep += "BEGIN:VCALENDAR\r\n";
+  for (int i = 0; i < 50000; ++i) deep += "BEGIN:VCALENDAR\r\nBEGIN;X=1:VEVENT\r\n";
   EXPECT_TRUE(Parse(deep, &errors).empty());
   EXPECT_FALSE(errors.empty());
 }
