@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ical_encoding.h"
 #include "ical_source.h"
 
 namespace vimport {
@@ -66,8 +67,8 @@ ComponentPtr ParseText(const std::string& text) {
 ComponentPtr ParseComponents(const std::string& raw, std::string* text,
                              std::vector<std::string>* errors) {
   MakeLibicalErrorsNonFatal();
+  *text = ToUtf8(raw, errors);
   // libical reads C strings: NUL bytes would end the input early.
-  *text = raw;
   if (text->find('\0') != std::string::npos) {
     errors->push_back("NUL bytes in the input were removed");
     text->erase(std::remove(text->begin(), text->end(), '\0'), text->end());

@@ -17,8 +17,8 @@ using ComponentPtr = std::unique_ptr<icalcomponent, ComponentDeleter>;
 
 // Every top-level component of `raw` under one root (an XROOT when there
 // are several); a component cut off by the end of the input is closed as
-// it stands. NUL bytes are removed first and `text` receives what was
-// parsed. Null when nothing could be read, with the reason in `errors`.
+// it stands. The input is brought to UTF-8 and NUL bytes are removed
+// first; `text` receives what was parsed. Null when nothing could be read, with the reason in `errors`.
 ComponentPtr ParseComponents(const std::string& raw, std::string* text,
                              std::vector<std::string>* errors);
 

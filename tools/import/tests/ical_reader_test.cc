@@ -111,6 +111,39 @@ TEST(IcalReader, TextsAreUnescaped) {
   EXPECT_EQ(events[0].description, "line one\nline two with a long tail");
 }
 
+TEST(IcalReader, ReadsByteOrderMarksAndNonUtf8Text) {
+  const std::string calendar =
+      Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xE9 \x80\r\n"));
+  std::vector<std::string> errors;
+  std::vector<EventItem> events = Parse(calendar, &errors);
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].subject, "Caf\xC3\xA9 \xE2\x82\xAC");
+  EXPECT_EQ(errors, std::vector<std::string>{"input is not UTF-8; read as Windows-1252"});
+
+  // 0x81 has no Windows-1252 character.
+  errors.clear();
+  events = Parse(Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:\xE9\x81\r\n")), &errors);
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].subject, "\xC3\xA9\xC2\x81");
+  EXPECT_EQ(errors, std::vector<std::string>{"input is not UTF-8; read as ISO-8859-1"});
+
+  const std::string utf8 =
+      Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xC3\xA9\r\n"));
+  std::string utf16le = "\xFF\xFE";
+  for (char c : Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xE9\r\n"))) {
+    utf16le += c;
+    utf16le += '\0';
+  }
+  for (const std::string& text : {"\xEF\xBB\xBF" + utf8, utf16le}) {
+    errors.clear();
+    events = Parse(text, &errors);
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].subject, "Caf\xC3\xA9");
+    EXPECT_EQ(events[0].start, 1622548800);
+    EXPECT_TRUE(errors.empty());
+  }
+}
+
 TEST(IcalReader, BusyStatusFromTranspStatusAndOutlookProperty) {
   const std::string start = "DTSTART:20210601T120000Z\r\n";
   const std::vector<EventItem> events = Parse(Calendar(
