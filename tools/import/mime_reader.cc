@@ -1,0 +1,87 @@
+#include "mime_reader.h"
+
+#include <gmime/gmime.h>
+
+#include <memory>
+#include <mutex>
+
+#include "gobject_ptr.h"
+#include "mime_addresses.h"
+#include "mime_parts.h"
+#include "parser_warnings.h"
+#include "text_charset.h"
+
+namespace vimport {
+namespace {
+
+// Raw 8-bit header text is tried as UTF-8, then as windows-1252.
+const char* kHeaderFallbackCharsets[] = {"UTF-8", "windows-1252", nullptr};
+
+void InitGMimeOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] { g_mime_init(); });
+}
+
+struct ParserOptionsFree {
+  void operator()(GMimeParserOptions* options) const {
+    g_mime_parser_options_free(options);
+  }
+};
+using ParserOptionsPtr = std::unique_ptr<GMimeParserOptions, ParserOptionsFree>;
+
+ParserOptionsPtr MakeOptions(std::vector<std::string>* problems) {
+  ParserOptionsPtr options(g_mime_parser_options_new());
+  g_mime_parser_options_set_fallback_charsets(options.get(), kHeaderFallbackCharsets);
+  g_mime_parser_options_set_warning_callback(options.get(), RecordParserWarning,
+                                             problems);
+  return options;
+}
+
+std::string ValidText(const char* text) {
+  std::string ignored;
+  return text == nullptr ? std::string() : TextToUtf8(text, "UTF-8", &ignored);
+}
+
+void ReadDate(GMimeMessage* message, MailItem* item) {
+  GDateTime* date = g_mime_message_get_date(message);
+  if (date != nullptr) {
+    item->time = g_date_time_to_unix(date);
+    item->has_time = true;
+  } else if (g_mime_object_get_header(GMIME_OBJECT(message), "Date") != nullptr) {
+    item->problems.push_back("Date header could not be read");
+  }
+}
+
+void ReadHeaders(GMimeMessage* message, MailItem* item) {
+  item->subject = ValidText(g_mime_message_get_subject(message));
+  std::vector<Address> from = FlattenAddresses(g_mime_message_get_from(message));
+  if (!from.empty()) item->from = from.front();
+  item->to = FlattenAddresses(g_mime_message_get_to(message));
+  item->cc = FlattenAddresses(g_mime_message_get_cc(message));
+  item->bcc = FlattenAddresses(g_mime_message_get_bcc(message));
+  ReadDate(message, item);
+}
+
+}  // namespace
+
+MailItem ParseMessage(const std::string& raw) {
+  InitGMimeOnce();
+  MailItem item;
+  // Declared first so that it outlives everything GMime built with it.
+  ParserOptionsPtr options = MakeOptions(&item.problems);
+  GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.data(), raw.size()));
+  GObjectPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+  GObjectPtr<GMimeMessage> message(
+      g_mime_parser_construct_message(parser.get(), options.get()));
+  if (message == nullptr) {
+    item.problems.push_back("not readable as a MIME message; kept whole as the body");
+    std::string problem;
+    item.body_plain = TextToUtf8(raw, "", &problem);
+    return item;
+  }
+  ReadHeaders(message.get(), &item);
+  PartCollector(&item).Collect(g_mime_message_get_mime_part(message.get()));
+  return item;
+}
+
+}  // namespace vimport
