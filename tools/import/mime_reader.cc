@@ -3,8 +3,8 @@
 #include <gmime/gmime.h>
 
 #include <memory>
-#include <mutex>
 
+#include "gmime_init.h"
 #include "gobject_ptr.h"
 #include "mime_addresses.h"
 #include "mime_parts.h"
@@ -16,11 +16,6 @@ namespace {
 
 // Raw 8-bit header text is tried as UTF-8, then as windows-1252.
 const char* kHeaderFallbackCharsets[] = {"UTF-8", "windows-1252", nullptr};
-
-void InitGMimeOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] { g_mime_init(); });
-}
 
 struct ParserOptionsFree {
   void operator()(GMimeParserOptions* options) const {

@@ -3,6 +3,8 @@
 #include <glib.h>
 #include <gmime/gmime.h>
 
+#include "gmime_init.h"
+
 namespace vimport {
 namespace {
 
@@ -32,6 +34,7 @@ bool Convert(const std::string& in, const char* from, std::string* out) {
 // The iconv name for a declared charset. Text labelled ISO-8859-1 is read
 // as windows-1252, its superset for everything printable, as mail readers do.
 std::string IconvName(const std::string& declared) {
+  InitGMimeOnce();  // GMime's charset tables
   const char* name = g_mime_charset_iconv_name(declared.c_str());
   if (name == nullptr) return declared;
   if (SameCharset(name, kLatin1) || SameCharset(name, "iso8859-1")) {
