@@ -87,6 +87,24 @@ TEST(MimeReader, HeadersDecodeEncodedWordsAndRawBytes) {
   ExpectValidUtf8(raw);
 }
 
+TEST(MimeReader, EncodedWordsKeepTheirTextWhateverTheCharset) {
+  const MailItem item = ParseMessage(
+      "From: =?x-unknown?Q?Jos=E9?= <jose@example.org>\n"
+      // A character split across two words, padded words side by side.
+      "Subject: =?utf-8?B?w4k=?= =?utf-8?B?wqk=?= =?us-ascii?Q?caf=E9?= "
+      "=?utf-8?B?4oI=?= =?utf-8?B?rA==?=\n"
+      "Content-Type: multipart/mixed; boundary=b\n\n"
+      "--b\nContent-Type: application/pdf; name=\"=?x-bogus?Q?r=E9sum=E9.pdf?=\"\n\n%PDF\n"
+      "--b\nContent-Type: text/plain; charset=\"\xf5\x01\"\n\nt\xe9xt\n--b--\n");
+  EXPECT_EQ(item.from.name, "Jos\xc3\xa9");
+  EXPECT_EQ(item.subject, "\xc3\x89\xc2\xa9" "caf\xc3\xa9\xe2\x82\xac");
+  ASSERT_EQ(item.attachments.size(), 1u);
+  EXPECT_EQ(item.attachments[0].file_name, "r\xc3\xa9sum\xc3\xa9.pdf");
+  EXPECT_EQ(item.body_plain, "t\xc3\xa9xt");
+  EXPECT_GE(item.problems.size(), 4u);  // each fallback is named
+  ExpectValidUtf8(item);
+}
+
 TEST(MimeReader, BodyCharsetFallsBackAndIsRecorded) {
   const MailItem item = ParseMessage(
       "Subject: t\nContent-Type: text/plain; charset=us-ascii\n"
