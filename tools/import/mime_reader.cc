@@ -1,0 +1,83 @@
+#include "mime_reader.h"
+
+#include <gmime/gmime.h>
+
+#include <memory>
+
+#include "gmime_init.h"
+#include "gobject_ptr.h"
+#include "mime_headers.h"
+#include "mime_parts.h"
+#include "parser_warnings.h"
+#include "text_charset.h"
+
+namespace vimport {
+namespace {
+
+// Raw 8-bit header text is tried as UTF-8, then as windows-1252.
+const char* kHeaderFallbackCharsets[] = {"UTF-8", "windows-1252", nullptr};
+
+struct ParserOptionsFree {
+  void operator()(GMimeParserOptions* options) const {
+    g_mime_parser_options_free(options);
+  }
+};
+using ParserOptionsPtr = std::unique_ptr<GMimeParserOptions, ParserOptionsFree>;
+
+// Options for decoding; with `problems`, parser warnings are added to it.
+ParserOptionsPtr MakeOptions(std::vector<std::string>* problems) {
+  ParserOptionsPtr options(g_mime_parser_options_new());
+  g_mime_parser_options_set_fallback_charsets(options.get(), kHeaderFallbackCharsets);
+  if (problems != nullptr) {
+    g_mime_parser_options_set_warning_callback(options.get(), RecordParserWarning,
+                                               problems);
+  }
+  return options;
+}
+
+void ReadDate(GMimeMessage* message, MailItem* item) {
+  GDateTime* date = g_mime_message_get_date(message);
+  if (date != nullptr) {
+    item->time = g_date_time_to_unix(date);
+    item->has_time = true;
+  } else if (g_mime_object_get_header(GMIME_OBJECT(message), "Date") != nullptr) {
+    item->problems.push_back("Date header could not be read");
+  }
+}
+
+void ReadHeaders(GMimeMessage* message, GMimeParserOptions* options, MailItem* item) {
+  const HeaderReader headers(GMIME_OBJECT(message), options, &item->problems);
+  item->subject = headers.Text("Subject");
+  std::vector<Address> from = headers.Addresses("From");
+  if (!from.empty()) item->from = from.front();
+  item->to = headers.Addresses("To");
+  item->cc = headers.Addresses("Cc");
+  item->bcc = headers.Addresses("Bcc");
+  ReadDate(message, item);
+}
+
+}  // namespace
+
+MailItem ParseMessage(const std::string& raw) {
+  InitGMimeOnce();
+  MailItem item;
+  // Declared first so that it outlives everything GMime built with it.
+  ParserOptionsPtr options = MakeOptions(&item.problems);
+  // Headers are decoded again from their raw values: warnings were given.
+  ParserOptionsPtr quiet_options = MakeOptions(nullptr);
+  GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.data(), raw.size()));
+  GObjectPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
+  GObjectPtr<GMimeMessage> message(
+      g_mime_parser_construct_message(parser.get(), options.get()));
+  if (message == nullptr) {
+    item.problems.push_back("not readable as a MIME message; kept whole as the body");
+    std::string problem;
+    item.body_plain = TextToUtf8(raw, "", &problem);
+    return item;
+  }
+  ReadHeaders(message.get(), quiet_options.get(), &item);
+  PartCollector(quiet_options.get(), &item).Collect(g_mime_message_get_mime_part(message.get()));
+  return item;
+}
+
+}  // namespace vimport
