@@ -20,7 +20,8 @@ namespace virel {
 
 enum class Fit {
   kFits,         // adding the item leaves a file that still closes
-  kFileFull,     // the item is fine but this file could not close with it
+  kFileFull,     // the item is fine but this file could not close with it;
+                 // said of a new writer, no file can hold the item
   kItemRefused,  // the writer refuses the item whatever the file: its texts
                  // pass one heap page, its recipient or attachment table
                  // passes a page, or it has too many attachments
