@@ -6,10 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "messaging/folder_registry.h"
 #include "messaging/named_property_map.h"
@@ -52,6 +54,8 @@ struct FolderCost {
 };
 // By folder ID; only states the writer's folders have been in.
 using FolderCostMemo = std::unordered_map<uint64_t, FolderCost>;
+// Bytes of each folder's rows in the bookkeeping row blocks, by folder ID.
+using RowBytes = std::map<uint64_t, uint64_t>;
 
 struct ClosePlan {
   CapacityUse use;  // a lower bound when a folder's tables would not fit
@@ -63,38 +67,44 @@ struct ClosePlan {
 class CloseForecast {
  public:
   CloseForecast(const FolderRegistry& folders, const ContentsRegistry& contents,
-                const NamedPropertyMap& names);
+                const RowBytes& row_bytes, const NamedPropertyMap& names);
   CloseForecast(const CloseForecast&) = delete;
   CloseForecast& operator=(const CloseForecast&) = delete;
 
   // The folder an item filed under `path` lands in; creates missing folders
   // as adding the item would.
   uint64_t Resolve(const std::string& path);
-  // Files an item whose serialisation wrote `blocks` blocks.
-  void File(uint64_t folder, uint32_t kind, size_t blocks);
+  // Files an item whose serialisation wrote `blocks` blocks taking `bytes`
+  // bytes, and whose row takes `row_bytes`.
+  void File(uint64_t folder, uint32_t kind, size_t blocks, uint64_t bytes,
+            uint64_t row_bytes);
   void SetContainerClass(uint64_t folder, const std::string& container_class);
   NamedPropertyMap* names() { return &names_; }
 
-  // `now` is what the writer's registry holds; `name_map_pending` whether
-  // close still has to add the name-to-ID node. Folders whose state is in
-  // `memo` are not written again.
-  ClosePlan Run(const CapacityUse& now, bool name_map_pending,
-                FolderCostMemo* memo) const;
+  // `now` is what the writer's registry holds and `file_end` where its
+  // file ends; `name_map_pending` whether close still has to add the
+  // name-to-ID node. Folders whose state is in `memo` are not written again.
+  ClosePlan Run(const CapacityUse& now, uint64_t file_end,
+                bool name_map_pending, FolderCostMemo* memo) const;
 
  private:
   size_t RecordBlockCount() const;
+  // File bytes of the bookkeeping blocks, written before the map pages.
+  uint64_t RecordBlockBytes(const std::vector<uint64_t>& folders) const;
   // Blocks of one folder; none when it cannot be written.
   std::optional<size_t> FolderBlocks(uint64_t id, FolderCostMemo* memo) const;
 
   ndb::NodeRegistry folder_nodes_;  // NIDs of planned folders
   FolderRegistry folders_;
   ContentsRegistry contents_;
+  RowBytes row_bytes_;
   NamedPropertyMap names_;
   size_t base_folders_;
   uint64_t first_planned_id_;
   std::unordered_set<uint64_t> changed_;  // held folders planned items change
   size_t items_ = 0;
   size_t item_blocks_ = 0;
+  uint64_t item_bytes_ = 0;
 };
 
 }  // namespace virel

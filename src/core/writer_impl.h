@@ -16,12 +16,13 @@
 #include "ndb/block_allocator.h"
 #include "ndb/data_writer.h"
 #include "ndb/file_store.h"
+#include "ndb/map_pages.h"
 #include "ndb/node_registry.h"
 
 namespace virel {
 
 // The allocation-map area and the reserved head of the file.
-inline constexpr uint64_t kReservedHeadEnd = ndb::kAMapStart + 8192;
+inline constexpr uint64_t kReservedHeadEnd = ndb::kAMapStart + ndb::kMapAreaSize;
 inline constexpr uint64_t kMinFileSize = 262144;
 inline constexpr char kDefaultMessageFolder[] = "Inbox";
 inline constexpr char kDefaultEventFolder[] = "Calendar";
@@ -85,6 +86,8 @@ class Virel::Impl {
   bool finalised_ = false;
   // What close writes for each folder, kept between capacity checks.
   mutable FolderCostMemo folder_costs_;
+  // Bytes of each folder's rows in the bookkeeping row blocks.
+  RowBytes row_bytes_;
 };
 
 }  // namespace virel

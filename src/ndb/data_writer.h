@@ -35,12 +35,16 @@ class DataWriter {
   // One block of any size with the encoding chosen by the caller.
   Bref WriteBlock(const Bytes& payload, bool internal, bool encode);
 
+  // File bytes the blocks written so far take.
+  uint64_t written_bytes() const { return written_bytes_; }
+
  private:
   uint64_t WriteTree(const Bytes& data);
 
   BlockAllocator* allocator_;
   FileStore* store_;
   NodeRegistry* registry_;
+  uint64_t written_bytes_ = 0;
 };
 
 }  // namespace ndb

@@ -249,6 +249,43 @@ TEST(CoreCapacity, LastAcceptedItemClosesAndFirstTurnedAwayWouldNot) {
   EXPECT_EQ(limits, (std::set<std::string>{"NBT", "BBT", "heap page"}));
 }
 
+TEST(CoreCapacity, BookkeepingRowsMustLeaveTheMapPagesTheirRoom) {
+  // A sender address reaches only the bookkeeping rows, so no block limit
+  // stops it; the map pages describing the grown file are the limit.
+#ifndef NDEBUG
+  GTEST_SKIP() << "converts some 50 MB of text: optimised builds only";
+#endif
+  testutil::TempDir dir;
+  const std::string path = dir.File("senders.pst");
+  MessageRecord m;
+  m.subject = "Absender";
+  for (int n = 0; n < 1000000; ++n) m.sender_address += "😀";
+  Virel::Impl w(path);
+  int added = 0;
+  while (w.CheckMessage("Inbox", m) == Fit::kFits && added < 20) {
+    w.AddMessage("Inbox", m);
+    ++added;
+  }
+  EXPECT_EQ(w.CheckMessage("Inbox", m), Fit::kFileFull);
+  const CapacityUse predicted = w.PredictClose();
+  w.close();
+  const vread::Mailbox box = vread::Mailbox::open(path);
+  EXPECT_TRUE(box.complete());
+  EXPECT_TRUE(box.violations().empty());
+  EXPECT_EQ(box.nodes().size(), predicted.nodes);
+  EXPECT_EQ(box.blocks().size(), predicted.blocks);
+
+  auto over = std::make_unique<Virel::Impl>(dir.File("over.pst"));
+  for (int n = 0; n <= added; ++n) over->AddMessage("Inbox", m);
+  try {
+    over->close();
+    ADD_FAILURE() << "closed with " << added + 1 << " messages";
+  } catch (const FileIOException& e) {
+    EXPECT_NE(std::string(e.what()).find("allocation map"), std::string::npos) << e.what();
+    KeepAlive(std::move(over));
+  }
+}
+
 TEST(CoreCapacity, PredictsAFreshWriterAndRefusesOnAClosedOne) {
   testutil::TempDir dir;
   const std::string path = dir.File("empty.pst");
