@@ -12,6 +12,8 @@
 #include "core/errors.h"
 #include "core/writer_impl.h"
 #include "mailbox.h"
+#include "ndb/map_pages.h"
+#include "ndb/record_blocks.h"
 #include "test_util.h"
 
 using namespace virel;
@@ -298,6 +300,25 @@ TEST(CoreCapacity, PredictsAFreshWriterAndRefusesOnAClosedOne) {
   EXPECT_EQ(box.blocks().size(), predicted.blocks);
   EXPECT_THROW(w.CheckMessage("Inbox", MessageRecord()), std::logic_error);
   EXPECT_THROW(w.CheckEvent("", EventRecord()), std::logic_error);
+}
+
+TEST(CoreCapacity, PlannedSizesMatchWhatIsBuilt) {
+  EXPECT_EQ(ndb::FolderRecordPayload(1, 2, "Ordner", {3, 4}).size(),
+            ndb::FolderRecordSize(6, 2));
+  EXPECT_EQ(ndb::ContentListPayload(1, {{5, 1}, {6, 2}}).size(), ndb::ContentListSize(2));
+  EXPECT_EQ(ndb::ContentTableIndexPayload({{1, 2}, {3, 4}}).size(),
+            ndb::ContentTableIndexSize(2));
+  const ndb::RecordRow row{7, {{1, Bytes(3, 0)}, {2, Bytes()}}};
+  EXPECT_EQ(ndb::RowBlockPayload(9, {row, row}).size(),
+            ndb::kRowBlockHeaderSize + 2 * ndb::RecordRowBytes(row).size());
+  // One AMap page covers 496 * 8 units of 512 bytes; three fixed pages follow it.
+  ndb::UnitBitmap bits;
+  for (uint64_t end : {uint64_t{512}, uint64_t{2031616}, uint64_t{2031617}, uint64_t{26411008}}) {
+    bits.Mark(0, end);
+    EXPECT_EQ(ndb::BuildMapPages(bits, ndb::kAMapStart).size(), ndb::MapPagesSize(end)) << end;
+  }
+  EXPECT_EQ(ndb::MapPagesSize(26411008), ndb::kMapAreaSize);
+  EXPECT_GT(ndb::MapPagesSize(26411009), ndb::kMapAreaSize);
 }
 
 TEST(CoreCapacity, MostAttachmentsOneMessageTakes) {
