@@ -85,49 +85,65 @@ RecordBlockWriter::CollectGroups() {
   return groups;
 }
 
+Cells MessageRowCells(const MessageRecord& m) {
+  Cells cells;
+  cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
+  AddString(&cells, tag::kSubject, m.subject);
+  AddString(&cells, tag::kSenderName, m.sender_name);
+  AddString(&cells, tag::kSenderEmail, m.sender_address);
+  AddString(&cells, tag::kBody, m.body_plain);
+  cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
+  cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
+  if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
+  std::string display_to;
+  for (size_t i = 0; i < m.recipients.size(); ++i) {
+    if (i > 0) display_to += kDisplayToSeparator;
+    display_to += m.recipients[i].name;
+  }
+  AddString(&cells, tag::kDisplayTo, display_to);
+  return cells;
+}
+
+Cells EventRowCells(const EventRecord& e, NamedPropertyMap* names) {
+  Cells cells;
+  cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
+  AddString(&cells, tag::kSubject, e.subject);
+  const uint16_t start =
+      names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
+  const uint16_t end =
+      names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
+  const uint16_t location =
+      names->GetOrAssign(kPsetidAppointment, dispid::kLocation);
+  cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
+  cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
+  AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
+  return cells;
+}
+
+size_t RowSize(const Cells& cells) {
+  return ndb::RecordRowBytes({0, cells}).size();
+}
+
 std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
     const ContentRecord& r) {
+  if (r.kind == kContentMessage) {
+    return MessageRowCells(items_.messages.at(r.nid).record);
+  }
+  if (r.kind == kContentEvent) {
+    return EventRowCells(items_.events.at(r.nid).record, names_);
+  }
   Cells cells;
   const char* message_class = MessageClassOf(r.kind);
   if (*message_class == '\0') return cells;
   cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(message_class));
-  if (r.kind == kContentMessage) {
-    const MessageRecord& m = items_.messages.at(r.nid).record;
-    AddString(&cells, tag::kSubject, m.subject);
-    AddString(&cells, tag::kSenderName, m.sender_name);
-    AddString(&cells, tag::kSenderEmail, m.sender_address);
-    AddString(&cells, tag::kBody, m.body_plain);
-    cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
-    cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
-    if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
-    std::string display_to;
-    for (size_t i = 0; i < m.recipients.size(); ++i) {
-      if (i > 0) display_to += kDisplayToSeparator;
-      display_to += m.recipients[i].name;
-    }
-    AddString(&cells, tag::kDisplayTo, display_to);
-  } else if (r.kind == kContentEvent) {
-    const EventRecord& e = items_.events.at(r.nid).record;
-    AddString(&cells, tag::kSubject, e.subject);
-    const uint16_t start =
-        names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
-    const uint16_t end =
-        names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
-    const uint16_t location =
-        names_->GetOrAssign(kPsetidAppointment, dispid::kLocation);
-    cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
-    cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-    AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
-  } else {
-    const bool task = r.kind == kContentTask;
-    const Guid& set = task ? kPsetidTask : kPsetidLog;
-    const uint32_t* dispids = task ? kTaskDispids : kLogDispids;
-    const uint16_t* types = task ? kTaskTypes : kLogTypes;
-    for (int i = 0; i < 3; ++i) {
-      const uint16_t id = names_->GetOrAssign(set, dispids[i]);
-      if (types[i] != tag::kTypeUnicode) {  // an empty string is left out
-        cells.emplace_back(tag::Named(id, types[i]), ZeroValue(types[i]));
-      }
+  const bool task = r.kind == kContentTask;
+  const Guid& set = task ? kPsetidTask : kPsetidLog;
+  const uint32_t* dispids = task ? kTaskDispids : kLogDispids;
+  const uint16_t* types = task ? kTaskTypes : kLogTypes;
+  for (int i = 0; i < 3; ++i) {
+    const uint16_t id = names_->GetOrAssign(set, dispids[i]);
+    if (types[i] != tag::kTypeUnicode) {  // an empty string is left out
+      cells.emplace_back(tag::Named(id, types[i]), ZeroValue(types[i]));
     }
   }
   return cells;

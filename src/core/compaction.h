@@ -11,6 +11,14 @@
 
 namespace virel {
 
+using RowCellList = std::vector<std::pair<uint32_t, Bytes>>;
+
+// The cells of a message's and an event's row.
+RowCellList MessageRowCells(const MessageRecord& m);
+RowCellList EventRowCells(const EventRecord& e, NamedPropertyMap* names);
+// Bytes an item's row adds to its folder's row block.
+size_t RowSize(const RowCellList& cells);
+
 class RecordBlockWriter {
  public:
   RecordBlockWriter(const FolderRegistry& folders,

@@ -82,6 +82,7 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     items_.messages[r.nid] = {r, m};
     const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
+    row_bytes_[folder] += RowSize(MessageRowCells(m));
     LinkToFolder(r.nid, folders_.NidOf(folder));
     ++messages_added_;
     return r.nid;
@@ -98,6 +99,7 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
                                         data_.get(), &nodes_);
   ++events_added_;
   AddContent(folder, r.nid, kContentEvent);
+  row_bytes_[folder] += RowSize(EventRowCells(e, &names_));
   items_.events[r.nid] = {r, e};
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
@@ -137,35 +139,19 @@ void Virel::Impl::Finalise() {
   store_->FlushPending();
   const Bytes map_pages =
       ndb::BuildMapPages(allocator_->bitmap(), ndb::kAMapStart);
+  if (map_pages.size() > ndb::kMapAreaSize) {
+    // They would overwrite the first blocks.
+    throw std::length_error("allocation map larger than its reserved area");
+  }
   store_->WriteAt(ndb::kAMapStart, map_pages.data(), map_pages.size());
   WriteMessageStore(data_.get(), &nodes_);
-  WriteFolders();
+  WriteAllFolders(folders_, contents_, data_.get(), &nodes_);
   // Items were written and entered as nodes when they were added.
-  WriteNameToIdMap();
+  WriteNameToIdMap(names_, data_.get(), &nodes_);
   const ndb::Bref nbt = WriteTree(true);
   const ndb::Bref bbt = WriteTree(false);
   WriteCounters();
   WriteHeader(nbt, bbt);
-}
-
-void Virel::Impl::WriteFolders() {
-  FolderWriter writer(folders_, contents_, data_.get(), &nodes_);
-  writer.WriteRootFolder();
-  for (const DefaultFolder& f : kDefaultFolders) {
-    writer.createProperFolderData(f.name, nodes_.FindNode(f.nid).value());
-  }
-  for (uint64_t id : folders_.caller_folders()) {
-    const uint32_t nid = folders_.NidOf(id);
-    writer.createUserFolderData(folders_.Get(id)->name, id,
-                                nodes_.FindNode(nid).value());
-  }
-}
-
-void Virel::Impl::WriteNameToIdMap() {
-  ltp::PropertyBag bag;
-  names_.Serialize(&bag);
-  nodes_.PutNode({kNameToIdMapNid,
-                  ltp::WritePropertyContext(bag, data_.get()).bid, 0, 0});
 }
 
 ndb::Bref Virel::Impl::WriteTree(bool nbt) {

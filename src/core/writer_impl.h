@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "core/capacity.h"
 #include "core/item_registry.h"
 #include "core/virel.h"
 #include "messaging/folder_registry.h"
@@ -15,12 +16,13 @@
 #include "ndb/block_allocator.h"
 #include "ndb/data_writer.h"
 #include "ndb/file_store.h"
+#include "ndb/map_pages.h"
 #include "ndb/node_registry.h"
 
 namespace virel {
 
 // The allocation-map area and the reserved head of the file.
-inline constexpr uint64_t kReservedHeadEnd = ndb::kAMapStart + 8192;
+inline constexpr uint64_t kReservedHeadEnd = ndb::kAMapStart + ndb::kMapAreaSize;
 inline constexpr uint64_t kMinFileSize = 262144;
 inline constexpr char kDefaultMessageFolder[] = "Inbox";
 inline constexpr char kDefaultEventFolder[] = "Calendar";
@@ -39,6 +41,14 @@ class Virel::Impl {
   uint64_t AddMessage(const std::string& folder_path, const MessageRecord& m);
   uint64_t AddEvent(const std::string& folder_path, const EventRecord& e);
 
+  // Whether the file would still close after AddMessage/AddEvent with the
+  // same arguments. Writes nothing and changes no state; throws
+  // std::logic_error on a closed writer.
+  Fit CheckMessage(const std::string& folder_path, const MessageRecord& m) const;
+  Fit CheckEvent(const std::string& folder_path, const EventRecord& e) const;
+  // What the NBT and BBT will list once the writer as it stands is closed.
+  CapacityUse PredictClose() const;
+
   // The full closing sequence; throws FileIOException("closing", ...).
   void close();
   // Bookkeeping records, then finalisation; throws SerializationException.
@@ -55,10 +65,9 @@ class Virel::Impl {
   void CreateDefaultFolders();
   void RequireOpen() const;
   void AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind);
+  ClosePlan PlanClose(const CloseForecast& forecast) const;
   void LinkToFolder(uint64_t nid, uint32_t folder_nid);
   void Finalise();
-  void WriteFolders();
-  void WriteNameToIdMap();
   ndb::Bref WriteTree(bool nbt);
   void WriteCounters();
   void WriteHeader(const ndb::Bref& nbt, const ndb::Bref& bbt);
@@ -75,6 +84,10 @@ class Virel::Impl {
   uint32_t messages_added_ = 0;
   uint32_t events_added_ = 0;
   bool finalised_ = false;
+  // What close writes for each folder, kept between capacity checks.
+  mutable FolderCostMemo folder_costs_;
+  // Bytes of each folder's rows in the bookkeeping row blocks.
+  RowBytes row_bytes_;
 };
 
 }  // namespace virel

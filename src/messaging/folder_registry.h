@@ -43,6 +43,11 @@ struct Fnv1aStringHash {
 class FolderRegistry {
  public:
   explicit FolderRegistry(ndb::NodeRegistry* nodes) : nodes_(nodes) {}
+  // A copy whose new folders take their NIDs from `nodes`.
+  FolderRegistry(const FolderRegistry& other, ndb::NodeRegistry* nodes)
+      : FolderRegistry(other) {
+    nodes_ = nodes;
+  }
 
   // Throws std::invalid_argument "Root folder already exists" the second time.
   uint64_t CreateRoot(uint32_t nid);
@@ -63,6 +68,8 @@ class FolderRegistry {
   std::string ContainerClass(uint64_t id, const std::string& fallback) const;
 
   uint64_t root_id() const { return root_id_; }
+  // The ID the next folder will get; every folder's is smaller.
+  uint64_t next_id() const { return next_id_; }
   // Folders other than the root and the defaults, in creation order.
   const std::vector<uint64_t>& caller_folders() const { return caller_folders_; }
   // Every folder ID, ascending.

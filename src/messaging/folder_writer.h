@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "messaging/folder_registry.h"
 #include "messaging/records.h"
@@ -41,6 +42,17 @@ class FolderWriter {
   ndb::DataWriter* writer_;
   ndb::NodeRegistry* nodes_;
 };
+
+// The order close writes folders in: the root, the default folders, then
+// the caller's folders in creation order.
+std::vector<uint64_t> FolderWriteOrder(const FolderRegistry& folders);
+// One folder's node: its property context and its tables.
+void WriteFolder(const FolderRegistry& folders, const ContentsRegistry& contents,
+                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes);
+// Every folder node close writes, in that order.
+void WriteAllFolders(const FolderRegistry& folders,
+                     const ContentsRegistry& contents, ndb::DataWriter* writer,
+                     ndb::NodeRegistry* nodes);
 
 // The message class an item kind is listed under.
 const char* MessageClassOf(uint32_t kind);

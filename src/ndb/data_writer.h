@@ -23,6 +23,10 @@ class DataWriter {
   DataWriter(BlockAllocator* allocator, FileStore* store,
              NodeRegistry* registry)
       : allocator_(allocator), store_(store), registry_(registry) {}
+  // Counts instead of writing: every block takes a BID from `registry` and
+  // is registered there at offset 0, and no file is touched.
+  explicit DataWriter(NodeRegistry* registry)
+      : DataWriter(nullptr, nullptr, registry) {}
 
   // Node data (internal false) is encoded; XBLOCK, XXBLOCK and SLBLOCK
   // buffers (internal true) are not.
@@ -31,12 +35,16 @@ class DataWriter {
   // One block of any size with the encoding chosen by the caller.
   Bref WriteBlock(const Bytes& payload, bool internal, bool encode);
 
+  // File bytes the blocks written so far take.
+  uint64_t written_bytes() const { return written_bytes_; }
+
  private:
   uint64_t WriteTree(const Bytes& data);
 
   BlockAllocator* allocator_;
   FileStore* store_;
   NodeRegistry* registry_;
+  uint64_t written_bytes_ = 0;
 };
 
 }  // namespace ndb

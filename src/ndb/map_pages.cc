@@ -19,10 +19,18 @@ void AppendPage(Bytes* out, const Bytes& data, uint8_t ptype, uint64_t ib) {
   out->insert(out->end(), page, page + kPageSize);
 }
 
+constexpr size_t kBitsPerByte = 8;
+constexpr size_t kFixedMapPages = 3;  // PMap, FMap, density list
+
+// Pages for a bitmap whose bytes up to `used` (exclusive) hold set bits.
+size_t AMapPageCountFor(size_t used) {
+  return used == 0 ? 1 : (used - 1) / kPageDataSize + 1;
+}
+
 size_t AMapPageCount(const Bytes& bits) {
   size_t last = bits.size();
   while (last > 0 && bits[last - 1] == 0) --last;
-  return last == 0 ? 1 : (last - 1) / kPageDataSize + 1;
+  return AMapPageCountFor(last);
 }
 
 Bytes DensityListData(uint64_t start) {
@@ -33,6 +41,12 @@ Bytes DensityListData(uint64_t start) {
 }
 
 }  // namespace
+
+uint64_t MapPagesSize(uint64_t end) {
+  const size_t used =
+      end == 0 ? 0 : static_cast<size_t>((end - 1) / kUnitSize / kBitsPerByte + 1);
+  return (AMapPageCountFor(used) + kFixedMapPages) * kPageSize;
+}
 
 Bytes BuildMapPages(const UnitBitmap& bitmap, uint64_t start) {
   const Bytes& bits = bitmap.bytes();

@@ -45,5 +45,13 @@ struct RecordRow {
 // One group of rows under a 64-bit key.
 Bytes RowBlockPayload(uint64_t key, const std::vector<RecordRow>& rows);
 
+// Payload sizes, for planning without building the records.
+size_t FolderRecordSize(size_t name_bytes, size_t children);
+size_t ContentListSize(size_t records);
+size_t ContentTableIndexSize(size_t lists);
+// A row block is its header and its rows' encodings.
+inline constexpr size_t kRowBlockHeaderSize = 16;
+Bytes RecordRowBytes(const RecordRow& row);
+
 }  // namespace ndb
 }  // namespace virel

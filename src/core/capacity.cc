@@ -1,0 +1,200 @@
+#include "core/capacity.h"
+
+#include <stdexcept>
+
+#include "core/compaction.h"
+#include "core/stats.h"
+#include "core/writer_impl.h"
+#include "ltp/node_data.h"
+#include "messaging/event_serializer.h"
+#include "messaging/folder_writer.h"
+#include "messaging/message_serializer.h"
+#include "messaging/store_writer.h"
+#include "ndb/block.h"
+#include "ndb/data_writer.h"
+#include "ndb/map_pages.h"
+#include "ndb/record_blocks.h"
+
+namespace virel {
+
+size_t TreePageCount(size_t entries, size_t leaf_capacity) {
+  if (entries <= leaf_capacity) return 1;
+  return (entries + leaf_capacity - 1) / leaf_capacity + 1;
+}
+
+CloseForecast::CloseForecast(const FolderRegistry& folders,
+                             const ContentsRegistry& contents,
+                             const RowBytes& row_bytes,
+                             const NamedPropertyMap& names)
+    : folders_(folders, &folder_nodes_), contents_(contents),
+      row_bytes_(row_bytes), names_(names),
+      base_folders_(folders.size()), first_planned_id_(folders.next_id()) {}
+
+uint64_t CloseForecast::Resolve(const std::string& path) {
+  const uint64_t first_new = folders_.next_id();
+  const uint64_t folder = folders_.Resolve(path);
+  for (uint64_t id = first_new; id < folders_.next_id(); ++id) {
+    changed_.insert(folders_.Get(id)->parent_id);
+  }
+  return folder;
+}
+
+void CloseForecast::SetContainerClass(uint64_t folder,
+                                      const std::string& container_class) {
+  folders_.SetContainerClass(folder, container_class);
+  changed_.insert(folder);
+}
+
+void CloseForecast::File(uint64_t folder, uint32_t kind, size_t blocks,
+                         uint64_t bytes, uint64_t row_bytes) {
+  changed_.insert(folder);
+  // The row's NID does not change the size of anything close writes.
+  contents_[folder].push_back({0, kind});
+  row_bytes_[folder] += row_bytes;
+  ++items_;
+  item_blocks_ += blocks;
+  item_bytes_ += bytes;
+}
+
+size_t CloseForecast::RecordBlockCount() const {
+  // A record per folder; per folder with contents a content list and a row
+  // group; one index over the lists. Each is one block whatever its size.
+  const size_t lists = contents_.size();
+  return folders_.size() + 2 * lists + (lists != 0 ? 1 : 0);
+}
+
+uint64_t CloseForecast::RecordBlockBytes(
+    const std::vector<uint64_t>& folders) const {
+  uint64_t bytes = 0;
+  for (uint64_t id : folders) {
+    const Folder* f = folders_.Get(id);
+    bytes += ndb::BlockSize(ndb::FolderRecordSize(f->name.size(), f->children.size()));
+  }
+  for (const auto& entry : contents_) {
+    const auto rows = row_bytes_.find(entry.first);
+    bytes += ndb::BlockSize(ndb::ContentListSize(entry.second.size())) +
+             ndb::BlockSize(ndb::kRowBlockHeaderSize +
+                            (rows == row_bytes_.end() ? 0 : rows->second));
+  }
+  if (!contents_.empty()) {
+    bytes += ndb::BlockSize(ndb::ContentTableIndexSize(contents_.size()));
+  }
+  return bytes;
+}
+
+std::optional<size_t> CloseForecast::FolderBlocks(uint64_t id,
+                                                  FolderCostMemo* memo) const {
+  const auto contents = contents_.find(id);
+  FolderCost cost{folders_.Get(id)->children.size(),
+                  contents == contents_.end() ? 0 : contents->second.size(),
+                  folders_.ContainerClass(id, ""), std::nullopt};
+  // Only a state the writer's folder is really in may be remembered: a
+  // planned item that is never added must not stand for a later one.
+  const bool held = id < first_planned_id_ && changed_.count(id) == 0;
+  if (held) {
+    const auto known = memo->find(id);
+    if (known != memo->end() && known->second.children == cost.children &&
+        known->second.contents == cost.contents &&
+        known->second.container_class == cost.container_class) {
+      return known->second.blocks;
+    }
+  }
+  ndb::NodeRegistry written;
+  ndb::DataWriter counter(&written);
+  try {
+    WriteFolder(folders_, contents_, id, &counter, &written);
+    cost.blocks = written.block_count();
+  } catch (const std::length_error&) {
+  }
+  if (held) (*memo)[id] = cost;
+  return cost.blocks;
+}
+
+ClosePlan CloseForecast::Run(const CapacityUse& now, uint64_t file_end,
+                             bool name_map_pending, FolderCostMemo* memo) const {
+  ClosePlan plan;
+  plan.use.nodes = now.nodes + items_ + (folders_.size() - base_folders_) +
+                   (name_map_pending ? 1 : 0);
+  // The nodes close writes, counted by a writer that writes nothing. A
+  // folder table or property context past one heap page makes close fail.
+  ndb::NodeRegistry written;
+  ndb::DataWriter counter(&written);
+  try {
+    WriteMessageStore(&counter, &written);
+    WriteNameToIdMap(names_, &counter, &written);
+  } catch (const std::length_error&) {
+    plan.closes = false;
+  }
+  // The map pages describe the file as the bookkeeping blocks leave it and
+  // must not pass the room kept for them.
+  const std::vector<uint64_t> order = FolderWriteOrder(folders_);
+  const uint64_t end_at_map = file_end + item_bytes_ + RecordBlockBytes(order);
+  if (ndb::MapPagesSize(end_at_map) > ndb::kMapAreaSize) plan.closes = false;
+  size_t folder_blocks = 0;
+  for (uint64_t id : order) {
+    const std::optional<size_t> blocks = FolderBlocks(id, memo);
+    if (!blocks) plan.closes = false;
+    folder_blocks += blocks.value_or(0);
+  }
+  // The BBT lists the NBT's pages, but not its own or the counters record
+  // written after it.
+  plan.use.blocks = now.blocks + item_blocks_ + RecordBlockCount() +
+                    written.block_count() + folder_blocks +
+                    TreePageCount(plan.use.nodes, ndb::kNbtLeafCapacity);
+  if (plan.use.nodes > kMaxNbtEntries || plan.use.blocks > kMaxBbtEntries) {
+    plan.closes = false;
+  }
+  return plan;
+}
+
+ClosePlan Virel::Impl::PlanClose(const CloseForecast& forecast) const {
+  const CapacityUse now{nodes_.node_count(), nodes_.block_count()};
+  return forecast.Run(now, store_->end(),
+                      !nodes_.FindNode(kNameToIdMapNid).has_value(),
+                      &folder_costs_);
+}
+
+CapacityUse Virel::Impl::PredictClose() const {
+  return PlanClose(CloseForecast(folders_, contents_, row_bytes_, names_)).use;
+}
+
+Fit Virel::Impl::CheckMessage(const std::string& folder_path,
+                              const MessageRecord& m) const {
+  RequireOpen();
+  // Serialised as AddMessage does it, into a registry of its own.
+  ndb::NodeRegistry item;
+  ndb::DataWriter counter(&item);
+  try {
+    StatsPause pause;
+    serialize_message(m, 0, &counter, &item);
+  } catch (const std::exception&) {
+    return Fit::kItemRefused;
+  }
+  CloseForecast forecast(folders_, contents_, row_bytes_, names_);
+  forecast.File(forecast.Resolve(folder_path), kContentMessage,
+                item.block_count(), counter.written_bytes(),
+                RowSize(MessageRowCells(m)));
+  return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
+}
+
+Fit Virel::Impl::CheckEvent(const std::string& folder_path,
+                            const EventRecord& e) const {
+  RequireOpen();
+  CloseForecast forecast(folders_, contents_, row_bytes_, names_);
+  const uint64_t folder = forecast.Resolve(folder_path);
+  // As AddEvent does it: the folder first, then the event's one context.
+  ndb::NodeRegistry item;
+  ndb::DataWriter counter(&item);
+  try {
+    ltp::WritePropertyContext(EventProperties(e, forecast.names()), &counter);
+  } catch (const std::length_error&) {
+    return Fit::kItemRefused;
+  }
+  forecast.File(folder, kContentEvent, item.block_count(),
+                counter.written_bytes(),
+                RowSize(EventRowCells(e, forecast.names())));
+  forecast.SetContainerClass(folder, kCalendarContainerClass);
+  return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
+}
+
+}  // namespace virel
