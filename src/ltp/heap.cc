@@ -40,6 +40,8 @@ uint32_t Heap::Allocate(const Bytes& data) {
   return hid;
 }
 
+bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
+
 Bytes Heap::Serialize() const {
   // Start offset of every allocation plus the end of the last one.
   std::vector<size_t> offsets;

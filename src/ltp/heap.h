@@ -27,6 +27,8 @@ class Heap {
   uint8_t client_signature() const { return client_signature_; }
   uint32_t user_root() const { return user_root_; }
   size_t allocation_count() const { return allocations_.size(); }
+  // More allocations were drawn than HIDs exist, so some were replaced.
+  bool wrapped() const;
 
   // HNHDR, the allocations back to back in index order without padding,
   // then the page map. Offsets are stored as 16-bit values.

@@ -13,6 +13,9 @@ Bytes StringCell(Heap* heap, const std::string& utf8) {
 }
 
 Bytes SerializeOnePage(const Heap& heap) {
+  if (heap.wrapped()) {
+    throw std::length_error("more heap allocations than heap IDs");
+  }
   Bytes bytes = heap.Serialize();
   if (bytes.size() > kMaxHeapSize) {
     throw std::length_error("property data larger than one heap page");

@@ -27,7 +27,8 @@ struct WrittenNodeData {
 };
 
 // The heap's bytes; throws std::length_error when its offsets would not
-// fit 16 bits, so a caller can check before writing anything.
+// fit 16 bits or its HIDs wrapped, so a caller can check before writing
+// anything.
 Bytes SerializeOnePage(const Heap& heap);
 WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer);
 WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer);

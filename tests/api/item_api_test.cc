@@ -225,6 +225,11 @@ TEST(ApiItems, ItemsThatWouldBreakTheLayoutAreRefused) {
     virel_message_add_recipient(names, "Recipient Name", "recipient@example.com", 1);
   }
   EXPECT_EQ(virel_writer_add_message(w, "Inbox", names), 0u);
+  // Short enough for one page, but more texts than a heap has IDs.
+  virel_message* crowd = virel_create_message();
+  for (int i = 0; i < 1100; ++i) virel_message_add_recipient(crowd, "R", "r@x", 1);
+  EXPECT_EQ(virel_writer_add_message(w, "Inbox", crowd), 0u);
+  virel_destroy_message(crowd);
   virel_event* e = virel_create_event();
   virel_event_set_location(e, big.c_str());
   EXPECT_EQ(virel_writer_add_event(w, "Calendar", e), 0u);
