@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "core/capacity.h"
 #include "core/item_registry.h"
 #include "core/virel.h"
 #include "messaging/folder_registry.h"
@@ -38,6 +39,14 @@ class Virel::Impl {
   // NID of the stored item; throws on a closed writer or a failure.
   uint64_t AddMessage(const std::string& folder_path, const MessageRecord& m);
   uint64_t AddEvent(const std::string& folder_path, const EventRecord& e);
+
+  // Whether the file would still close after AddMessage/AddEvent with the
+  // same arguments. Writes nothing and changes no state; throws
+  // std::logic_error on a closed writer.
+  Fit CheckMessage(const std::string& folder_path, const MessageRecord& m) const;
+  Fit CheckEvent(const std::string& folder_path, const EventRecord& e) const;
+  // What the NBT and BBT will list once the writer as it stands is closed.
+  CapacityUse PredictClose() const;
 
   // The full closing sequence; throws FileIOException("closing", ...).
   void close();
