@@ -5,7 +5,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <string>
 
+#include "messaging/folder_registry.h"
+#include "messaging/named_property_map.h"
+#include "messaging/records.h"
 #include "ndb/node_registry.h"
 
 namespace virel {
@@ -31,5 +36,43 @@ inline constexpr size_t kMaxBbtEntries = ndb::kBbtLeafCapacity * ndb::kRootCapac
 // Pages of a B-tree over `entries` leaf entries: one leaf, or leaves under
 // a root.
 size_t TreePageCount(size_t entries, size_t leaf_capacity);
+
+struct ClosePlan {
+  CapacityUse use;  // a lower bound when a folder's tables would not fit
+  bool closes = true;
+};
+
+// The state close reads, copied so that planned items can be filed into
+// it, and a dry run of close over the copy.
+class CloseForecast {
+ public:
+  CloseForecast(const FolderRegistry& folders, const ContentsRegistry& contents,
+                const NamedPropertyMap& names);
+  CloseForecast(const CloseForecast&) = delete;
+  CloseForecast& operator=(const CloseForecast&) = delete;
+
+  // The folder an item filed under `path` lands in; creates missing folders
+  // as adding the item would.
+  uint64_t Resolve(const std::string& path);
+  // Files an item whose serialisation wrote `blocks` blocks.
+  void File(uint64_t folder, uint32_t kind, size_t blocks);
+  FolderRegistry* folders() { return &folders_; }
+  NamedPropertyMap* names() { return &names_; }
+
+  // `now` is what the writer's registry holds; `name_map_pending` whether
+  // close still has to add the name-to-ID node.
+  ClosePlan Run(const CapacityUse& now, bool name_map_pending) const;
+
+ private:
+  size_t RecordBlockCount() const;
+
+  ndb::NodeRegistry folder_nodes_;  // NIDs of planned folders
+  FolderRegistry folders_;
+  ContentsRegistry contents_;
+  NamedPropertyMap names_;
+  size_t base_folders_;
+  size_t items_ = 0;
+  size_t item_blocks_ = 0;
+};
 
 }  // namespace virel

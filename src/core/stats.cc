@@ -7,6 +7,12 @@
 #endif
 
 namespace virel {
+namespace {
+thread_local int g_paused = 0;
+}  // namespace
+
+StatsPause::StatsPause() { ++g_paused; }
+StatsPause::~StatsPause() { --g_paused; }
 
 Stats& Stats::Instance() {
   static Stats* instance = new Stats();  // never destroyed: usable at exit
@@ -30,12 +36,14 @@ uint64_t Stats::MonotonicNanos() {
 }
 
 void Stats::StartTimer(const std::string& name) {
+  if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
   running_[name] = now;
 }
 
 void Stats::StopTimer(const std::string& name) {
+  if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
   auto it = running_.find(name);
@@ -45,6 +53,7 @@ void Stats::StopTimer(const std::string& name) {
 }
 
 void Stats::Record(const std::string& name, double value) {
+  if (g_paused != 0) return;
   std::lock_guard<std::mutex> lock(mu_);
   values_[name].push_back(value);
 }

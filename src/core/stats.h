@@ -37,6 +37,16 @@ class Stats {
   std::map<std::string, std::vector<double>> values_;
 };
 
+// Nothing is recorded on this thread while one of these lives: planning
+// runs of the serialisers must not show up as work done.
+class StatsPause {
+ public:
+  StatsPause();
+  ~StatsPause();
+  StatsPause(const StatsPause&) = delete;
+  StatsPause& operator=(const StatsPause&) = delete;
+};
+
 // Times a scope under one name.
 class ScopedTimer {
  public:

@@ -139,33 +139,13 @@ void Virel::Impl::Finalise() {
       ndb::BuildMapPages(allocator_->bitmap(), ndb::kAMapStart);
   store_->WriteAt(ndb::kAMapStart, map_pages.data(), map_pages.size());
   WriteMessageStore(data_.get(), &nodes_);
-  WriteFolders();
+  WriteAllFolders(folders_, contents_, data_.get(), &nodes_);
   // Items were written and entered as nodes when they were added.
-  WriteNameToIdMap();
+  WriteNameToIdMap(names_, data_.get(), &nodes_);
   const ndb::Bref nbt = WriteTree(true);
   const ndb::Bref bbt = WriteTree(false);
   WriteCounters();
   WriteHeader(nbt, bbt);
-}
-
-void Virel::Impl::WriteFolders() {
-  FolderWriter writer(folders_, contents_, data_.get(), &nodes_);
-  writer.WriteRootFolder();
-  for (const DefaultFolder& f : kDefaultFolders) {
-    writer.createProperFolderData(f.name, nodes_.FindNode(f.nid).value());
-  }
-  for (uint64_t id : folders_.caller_folders()) {
-    const uint32_t nid = folders_.NidOf(id);
-    writer.createUserFolderData(folders_.Get(id)->name, id,
-                                nodes_.FindNode(nid).value());
-  }
-}
-
-void Virel::Impl::WriteNameToIdMap() {
-  ltp::PropertyBag bag;
-  names_.Serialize(&bag);
-  nodes_.PutNode({kNameToIdMapNid,
-                  ltp::WritePropertyContext(bag, data_.get()).bid, 0, 0});
 }
 
 ndb::Bref Virel::Impl::WriteTree(bool nbt) {

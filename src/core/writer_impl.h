@@ -64,10 +64,9 @@ class Virel::Impl {
   void CreateDefaultFolders();
   void RequireOpen() const;
   void AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind);
+  ClosePlan PlanClose(const CloseForecast& forecast) const;
   void LinkToFolder(uint64_t nid, uint32_t folder_nid);
   void Finalise();
-  void WriteFolders();
-  void WriteNameToIdMap();
   ndb::Bref WriteTree(bool nbt);
   void WriteCounters();
   void WriteHeader(const ndb::Bref& nbt, const ndb::Bref& bbt);

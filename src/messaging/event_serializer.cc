@@ -55,6 +55,14 @@ void SetNamedProperties(const EventRecord& e, NamedPropertyMap* names,
 
 }  // namespace
 
+ltp::PropertyBag EventProperties(const EventRecord& event,
+                                 NamedPropertyMap* names) {
+  ltp::PropertyBag bag;
+  SetPlainProperties(event, &bag);
+  SetNamedProperties(event, names, &bag);
+  return bag;
+}
+
 uint32_t AppointmentStateFlags(uint32_t meeting_status) {
   switch (meeting_status) {
     case 1: return 1;
@@ -68,10 +76,8 @@ EventResult serialize_event(const EventRecord& event, uint32_t folder_nid,
                             NamedPropertyMap* names, ndb::DataWriter* writer,
                             ndb::NodeRegistry* nodes) {
   ScopedTimer timer(stat::kSerializeEvent);
-  ltp::PropertyBag bag;
-  SetPlainProperties(event, &bag);
-  SetNamedProperties(event, names, &bag);
-  const ltp::WrittenNodeData pc = ltp::WritePropertyContext(bag, writer);
+  const ltp::WrittenNodeData pc =
+      ltp::WritePropertyContext(EventProperties(event, names), writer);
 
   EventResult result;
   result.sequence = ++g_event_sequence;

@@ -32,6 +32,10 @@ inline constexpr uint32_t kReminderSet = 0x8503;
 inline constexpr uint32_t kReminderDelta = 0x8501;
 }  // namespace dispid
 
+// The appointment's properties; asks `names` for the IDs of its named ones.
+ltp::PropertyBag EventProperties(const EventRecord& event,
+                                 NamedPropertyMap* names);
+
 EventResult serialize_event(const EventRecord& event, uint32_t folder_nid,
                             NamedPropertyMap* names, ndb::DataWriter* writer,
                             ndb::NodeRegistry* nodes);

@@ -43,6 +43,11 @@ struct Fnv1aStringHash {
 class FolderRegistry {
  public:
   explicit FolderRegistry(ndb::NodeRegistry* nodes) : nodes_(nodes) {}
+  // A copy whose new folders take their NIDs from `nodes`.
+  FolderRegistry(const FolderRegistry& other, ndb::NodeRegistry* nodes)
+      : FolderRegistry(other) {
+    nodes_ = nodes;
+  }
 
   // Throws std::invalid_argument "Root folder already exists" the second time.
   uint64_t CreateRoot(uint32_t nid);

@@ -20,7 +20,29 @@ bool HasEntryIdProperty(const std::string& name) {
   return name == "Inbox" || name == "Sent Items" || name == "Drafts";
 }
 
+// The registered node, or a fresh one under `parent`.
+ndb::Node NodeOf(const ndb::NodeRegistry& nodes, uint32_t nid, uint32_t parent) {
+  return nodes.FindNode(nid).value_or(ndb::Node{nid, 0, 0, parent});
+}
+
 }  // namespace
+
+void WriteAllFolders(const FolderRegistry& folders,
+                     const ContentsRegistry& contents, ndb::DataWriter* writer,
+                     ndb::NodeRegistry* nodes) {
+  FolderWriter folder_writer(folders, contents, writer, nodes);
+  folder_writer.WriteRootFolder();
+  for (const DefaultFolder& f : kDefaultFolders) {
+    folder_writer.createProperFolderData(f.name,
+                                         NodeOf(*nodes, f.nid, kRootFolderNid));
+  }
+  for (uint64_t id : folders.caller_folders()) {
+    const Folder* f = folders.Get(id);
+    const uint32_t nid = folders.NidOf(id);
+    folder_writer.createUserFolderData(
+        f->name, id, NodeOf(*nodes, nid, folders.NidOf(f->parent_id)));
+  }
+}
 
 const char* MessageClassOf(uint32_t kind) {
   switch (kind) {

@@ -42,6 +42,12 @@ class FolderWriter {
   ndb::NodeRegistry* nodes_;
 };
 
+// Every folder node close writes: the root, the default folders, then the
+// caller's folders in creation order.
+void WriteAllFolders(const FolderRegistry& folders,
+                     const ContentsRegistry& contents, ndb::DataWriter* writer,
+                     ndb::NodeRegistry* nodes);
+
 // The message class an item kind is listed under.
 const char* MessageClassOf(uint32_t kind);
 

@@ -74,8 +74,7 @@ ltp::Heap RecipientTable(const std::vector<Recipient>& recipients) {
   return heap;
 }
 
-uint64_t WriteAttachmentTable(const std::vector<AttachmentResult>& attachments,
-                              ndb::DataWriter* writer) {
+Bytes AttachmentTable(const std::vector<AttachmentResult>& attachments) {
   ltp::Heap heap;
   std::vector<ltp::TableRow> rows;
   for (size_t n = 0; n < attachments.size(); ++n) {
@@ -90,14 +89,15 @@ uint64_t WriteAttachmentTable(const std::vector<AttachmentResult>& attachments,
     row.cells.emplace_back(tag::kAttachMethod, Fixed32Bytes(kAttachMethodByValue));
     rows.push_back(std::move(row));
   }
-  return ltp::WriteTableContext({tag::kAttachNumber, tag::kAttachFilenameUnicode,
-                                 tag::kAttachSize, tag::kAttachMethod},
-                                rows, &heap, writer)
-      .bid;
+  ltp::BuildTableContext({tag::kAttachNumber, tag::kAttachFilenameUnicode,
+                          tag::kAttachSize, tag::kAttachMethod},
+                         rows, &heap);
+  return ltp::SerializeOnePage(heap);
 }
 
-uint64_t WriteAttachmentObject(size_t n, const AttachmentResult& a,
-                               ndb::DataWriter* writer) {
+// The data BID is the only value that is not known before the data is
+// written, and it does not change the object's size.
+Bytes AttachmentObject(size_t n, const AttachmentResult& a) {
   ltp::PropertyBag bag;
   bag.SetInt32(tag::kAttachNumber, static_cast<uint32_t>(n));
   bag.SetInt32(tag::kAttachMethod, kAttachMethodByValue);
@@ -111,7 +111,9 @@ uint64_t WriteAttachmentObject(size_t n, const AttachmentResult& a,
   Bytes bid;
   PutFixed64(&bid, a.bid);
   bag.SetBytes(tag::kAttachDataBinary, bid);
-  return ltp::WritePropertyContext(bag, writer).bid;
+  ltp::Heap heap;
+  ltp::BuildPropertyContext(bag, &heap);
+  return ltp::SerializeOnePage(heap);
 }
 
 }  // namespace
@@ -168,16 +170,23 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
       message.recipients.empty()
           ? Bytes()
           : ltp::SerializeOnePage(RecipientTable(message.recipients));
+  std::vector<AttachmentResult> planned;
+  for (const Attachment& a : message.attachments) {
+    planned.push_back({a.file_name, 0, 0, a.data.size()});
+  }
+  const Bytes attachment_table = planned.empty() ? Bytes() : AttachmentTable(planned);
+  for (size_t n = 0; n < planned.size(); ++n) AttachmentObject(n, planned[n]);
 
   const std::vector<AttachmentResult> attachments =
       serialize_attachments(message.attachments, writer, nodes);
 
   ndb::SubnodeListBuilder subnodes;
   if (!attachments.empty()) {
-    subnodes.Add(kAttachmentTableSubnode, WriteAttachmentTable(attachments, writer));
+    subnodes.Add(kAttachmentTableSubnode,
+                 ltp::WriteNodeData(attachment_table, writer).bid);
     for (size_t n = 0; n < attachments.size(); ++n) {
       subnodes.Add(AttachmentSubnode(n),
-                   WriteAttachmentObject(n, attachments[n], writer));
+                   ltp::WriteNodeData(AttachmentObject(n, attachments[n]), writer).bid);
     }
   }
   if (!message.recipients.empty()) {

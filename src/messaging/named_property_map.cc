@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ltp/node_data.h"
 #include "messaging/property_tags.h"
 
 namespace virel {
@@ -46,6 +47,14 @@ void NamedPropertyMap::Serialize(ltp::PropertyBag* bag) const {
     }
     bag->SetBytes(tag::kNameidStreamEntry, stream);
   }
+}
+
+void WriteNameToIdMap(const NamedPropertyMap& names, ndb::DataWriter* writer,
+                      ndb::NodeRegistry* nodes) {
+  ltp::PropertyBag bag;
+  names.Serialize(&bag);
+  nodes->PutNode({kNameToIdMapNid, ltp::WritePropertyContext(bag, writer).bid,
+                  0, 0});
 }
 
 }  // namespace virel

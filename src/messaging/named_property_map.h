@@ -10,6 +10,8 @@
 
 #include "ltp/property_bag.h"
 #include "messaging/guids.h"
+#include "ndb/data_writer.h"
+#include "ndb/node_registry.h"
 
 namespace virel {
 
@@ -41,5 +43,9 @@ class NamedPropertyMap {
   std::vector<Guid> guids_;
   std::vector<Entry> entries_;
 };
+
+// Writes the map's property context as the name-to-ID node.
+void WriteNameToIdMap(const NamedPropertyMap& names, ndb::DataWriter* writer,
+                      ndb::NodeRegistry* nodes);
 
 }  // namespace virel

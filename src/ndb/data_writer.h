@@ -23,6 +23,10 @@ class DataWriter {
   DataWriter(BlockAllocator* allocator, FileStore* store,
              NodeRegistry* registry)
       : allocator_(allocator), store_(store), registry_(registry) {}
+  // Counts instead of writing: every block takes a BID from `registry` and
+  // is registered there at offset 0, and no file is touched.
+  explicit DataWriter(NodeRegistry* registry)
+      : DataWriter(nullptr, nullptr, registry) {}
 
   // Node data (internal false) is encoded; XBLOCK, XXBLOCK and SLBLOCK
   // buffers (internal true) are not.
