@@ -1,6 +1,7 @@
 #include "output_series.h"
 
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "core/writer_impl.h"
@@ -33,7 +34,11 @@ OutputSeries::~OutputSeries() { CloseCurrent(); }
 virel::Virel::Impl& OutputSeries::Current() {
   if (!writer_) {
     const std::string path = SeriesPath(first_path_, static_cast<int>(files_.size()) + 1);
-    writer_.reset(new virel::Virel(path));
+    try {
+      writer_.reset(new virel::Virel(path));
+    } catch (const std::exception& e) {
+      throw std::runtime_error(path + ": cannot create: " + e.what());
+    }
     files_.push_back({path, 0, 0});
   }
   return writer_->impl();

@@ -37,7 +37,7 @@ class OutputSeries {
   OutputSeries(const OutputSeries&) = delete;
   OutputSeries& operator=(const OutputSeries&) = delete;
 
-  // Opening a file that cannot be created throws virel::FileIOException.
+  // Opening a file that cannot be created throws std::runtime_error.
   Placement AddMessage(const std::string& folder, virel::MessageRecord m);
   Placement AddEvent(const std::string& folder, const virel::EventRecord& e);
 
