@@ -7,7 +7,10 @@ find_package(nlohmann_json 3 REQUIRED)
 set(VIREL_IMPORT_DIR ${CMAKE_CURRENT_LIST_DIR})
 add_library(virel_import_mime STATIC
   ${VIREL_IMPORT_DIR}/attachment_name.cc
+  ${VIREL_IMPORT_DIR}/encoded_words.cc
+  ${VIREL_IMPORT_DIR}/gmime_init.cc
   ${VIREL_IMPORT_DIR}/mime_addresses.cc
+  ${VIREL_IMPORT_DIR}/mime_headers.cc
   ${VIREL_IMPORT_DIR}/mime_parts.cc
   ${VIREL_IMPORT_DIR}/mime_reader.cc
   ${VIREL_IMPORT_DIR}/parser_warnings.cc

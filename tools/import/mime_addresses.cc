@@ -10,11 +10,6 @@ namespace {
 // GMime bounds group nesting while parsing; this guards the recursion too.
 constexpr int kMaxGroupDepth = 16;
 
-std::string ValidText(const char* text) {
-  std::string ignored;
-  return text == nullptr ? std::string() : TextToUtf8(text, "UTF-8", &ignored);
-}
-
 void Flatten(InternetAddressList* list, int depth, std::vector<Address>* out) {
   if (list == nullptr || depth > kMaxGroupDepth) return;
   const int count = internet_address_list_length(list);
@@ -25,8 +20,8 @@ void Flatten(InternetAddressList* list, int depth, std::vector<Address>* out) {
               depth + 1, out);
     } else if (INTERNET_ADDRESS_IS_MAILBOX(address)) {
       Address entry;
-      entry.name = ValidText(internet_address_get_name(address));
-      entry.address = ValidText(
+      entry.name = ValidUtf8(internet_address_get_name(address));
+      entry.address = ValidUtf8(
           internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address)));
       out->push_back(std::move(entry));
     }

@@ -4,6 +4,7 @@
 
 #include "attachment_name.h"
 #include "gobject_ptr.h"
+#include "mime_headers.h"
 #include "text_charset.h"
 
 namespace vimport {
@@ -29,17 +30,6 @@ std::string TakeStream(GMimeStream* stream) {
 }
 
 std::string OrEmpty(const char* text) { return text == nullptr ? "" : text; }
-
-// The name the message gives: Content-Disposition filename, else the
-// Content-Type name (both decoded by GMime).
-std::string GivenFileName(GMimeObject* object) {
-  const char* name = g_mime_object_get_content_disposition_parameter(object, "filename");
-  if (name == nullptr || *name == '\0') {
-    name = g_mime_object_get_content_type_parameter(object, "name");
-  }
-  std::string ignored;
-  return CleanFileName(TextToUtf8(OrEmpty(name), "UTF-8", &ignored));
-}
 
 }  // namespace
 
@@ -92,6 +82,13 @@ void PartCollector::KeepPrologue(GMimeMultipart* multipart) {
   } else {
     item_->attachments.push_back({GeneratedFileName(item_->attachments.size() + 1, "text", "plain"), text});
   }
+}
+
+std::string PartCollector::GivenFileName(GMimeObject* object) {
+  const HeaderReader headers(object, options_, &item_->problems);
+  std::string name = headers.DispositionParameter("filename");
+  if (name.empty()) name = headers.TypeParameter("name");
+  return CleanFileName(name);
 }
 
 void PartCollector::AddAttachment(GMimeObject* object, std::string data) {

@@ -14,7 +14,9 @@ namespace vimport {
 // attached message (message/rfc822) becomes one .eml attachment holding it.
 class PartCollector {
  public:
-  explicit PartCollector(MailItem* item) : item_(item) {}
+  // `options` decode header values; they must outlive the collector.
+  PartCollector(GMimeParserOptions* options, MailItem* item)
+      : options_(options), item_(item) {}
 
   // Walks the tree under `root` (may be null) in document order.
   void Collect(GMimeObject* root) { Visit(root, 0); }
@@ -31,6 +33,11 @@ class PartCollector {
   // The whole attached message as bytes.
   std::string MessageBytes(GMimeMessagePart* part);
 
+  // The name the part gives: Content-Disposition filename, else the
+  // Content-Type name; made safe as a plain name.
+  std::string GivenFileName(GMimeObject* object);
+
+  GMimeParserOptions* options_;
   MailItem* item_;
 };
 

@@ -3,10 +3,10 @@
 #include <gmime/gmime.h>
 
 #include <memory>
-#include <mutex>
 
+#include "gmime_init.h"
 #include "gobject_ptr.h"
-#include "mime_addresses.h"
+#include "mime_headers.h"
 #include "mime_parts.h"
 #include "parser_warnings.h"
 #include "text_charset.h"
@@ -17,11 +17,6 @@ namespace {
 // Raw 8-bit header text is tried as UTF-8, then as windows-1252.
 const char* kHeaderFallbackCharsets[] = {"UTF-8", "windows-1252", nullptr};
 
-void InitGMimeOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] { g_mime_init(); });
-}
-
 struct ParserOptionsFree {
   void operator()(GMimeParserOptions* options) const {
     g_mime_parser_options_free(options);
@@ -29,17 +24,15 @@ struct ParserOptionsFree {
 };
 using ParserOptionsPtr = std::unique_ptr<GMimeParserOptions, ParserOptionsFree>;
 
+// Options for decoding; with `problems`, parser warnings are added to it.
 ParserOptionsPtr MakeOptions(std::vector<std::string>* problems) {
   ParserOptionsPtr options(g_mime_parser_options_new());
   g_mime_parser_options_set_fallback_charsets(options.get(), kHeaderFallbackCharsets);
-  g_mime_parser_options_set_warning_callback(options.get(), RecordParserWarning,
-                                             problems);
+  if (problems != nullptr) {
+    g_mime_parser_options_set_warning_callback(options.get(), RecordParserWarning,
+                                               problems);
+  }
   return options;
-}
-
-std::string ValidText(const char* text) {
-  std::string ignored;
-  return text == nullptr ? std::string() : TextToUtf8(text, "UTF-8", &ignored);
 }
 
 void ReadDate(GMimeMessage* message, MailItem* item) {
@@ -52,13 +45,14 @@ void ReadDate(GMimeMessage* message, MailItem* item) {
   }
 }
 
-void ReadHeaders(GMimeMessage* message, MailItem* item) {
-  item->subject = ValidText(g_mime_message_get_subject(message));
-  std::vector<Address> from = FlattenAddresses(g_mime_message_get_from(message));
+void ReadHeaders(GMimeMessage* message, GMimeParserOptions* options, MailItem* item) {
+  const HeaderReader headers(GMIME_OBJECT(message), options, &item->problems);
+  item->subject = headers.Text("Subject");
+  std::vector<Address> from = headers.Addresses("From");
   if (!from.empty()) item->from = from.front();
-  item->to = FlattenAddresses(g_mime_message_get_to(message));
-  item->cc = FlattenAddresses(g_mime_message_get_cc(message));
-  item->bcc = FlattenAddresses(g_mime_message_get_bcc(message));
+  item->to = headers.Addresses("To");
+  item->cc = headers.Addresses("Cc");
+  item->bcc = headers.Addresses("Bcc");
   ReadDate(message, item);
 }
 
@@ -69,6 +63,8 @@ MailItem ParseMessage(const std::string& raw) {
   MailItem item;
   // Declared first so that it outlives everything GMime built with it.
   ParserOptionsPtr options = MakeOptions(&item.problems);
+  // Headers are decoded again from their raw values: warnings were given.
+  ParserOptionsPtr quiet_options = MakeOptions(nullptr);
   GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.data(), raw.size()));
   GObjectPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
   GObjectPtr<GMimeMessage> message(
@@ -79,8 +75,8 @@ MailItem ParseMessage(const std::string& raw) {
     item.body_plain = TextToUtf8(raw, "", &problem);
     return item;
   }
-  ReadHeaders(message.get(), &item);
-  PartCollector(&item).Collect(g_mime_message_get_mime_part(message.get()));
+  ReadHeaders(message.get(), quiet_options.get(), &item);
+  PartCollector(quiet_options.get(), &item).Collect(g_mime_message_get_mime_part(message.get()));
   return item;
 }
 

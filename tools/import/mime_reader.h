@@ -11,7 +11,6 @@ namespace vimport {
 // as it can be parsed. Never fails: what could not be read as declared is
 // listed in `problems`, and input GMime cannot read as a message at all is
 // kept whole as the plain body. Every text in the result is valid UTF-8.
-// Safe to call from several threads.
 MailItem ParseMessage(const std::string& raw);
 
 }  // namespace vimport

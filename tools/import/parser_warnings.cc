@@ -36,8 +36,7 @@ const char* Describe(GMimeParserWarning code) {
 
 // The first bytes of `item`, cut on a character boundary.
 std::string Excerpt(const gchar* item) {
-  std::string ignored;
-  std::string text = TextToUtf8(item, "UTF-8", &ignored);
+  std::string text = ValidUtf8(item);
   if (text.size() <= kMaxItemBytes) return text;
   size_t cut = kMaxItemBytes;
   while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;

@@ -3,6 +3,8 @@
 #include <glib.h>
 #include <gmime/gmime.h>
 
+#include "gmime_init.h"
+
 namespace vimport {
 namespace {
 
@@ -32,12 +34,23 @@ bool Convert(const std::string& in, const char* from, std::string* out) {
 // The iconv name for a declared charset. Text labelled ISO-8859-1 is read
 // as windows-1252, its superset for everything printable, as mail readers do.
 std::string IconvName(const std::string& declared) {
+  InitGMimeOnce();  // GMime's charset tables
   const char* name = g_mime_charset_iconv_name(declared.c_str());
   if (name == nullptr) return declared;
   if (SameCharset(name, kLatin1) || SameCharset(name, "iso8859-1")) {
     return kWindows1252;
   }
   return name;
+}
+
+// A charset name from the input for a message: printable ASCII only.
+std::string PrintableName(const std::string& name) {
+  constexpr size_t kMaxNameBytes = 40;
+  std::string out;
+  for (unsigned char c : name.substr(0, kMaxNameBytes)) {
+    out.push_back(c >= 0x20 && c < 0x7f ? static_cast<char>(c) : '?');
+  }
+  return out;
 }
 
 }  // namespace
@@ -61,7 +74,7 @@ std::string TextToUtf8(const std::string& bytes, const std::string& declared,
   std::string out;
   if (!declared.empty() && Convert(bytes, from.c_str(), &out)) return out;
   const std::string label =
-      declared.empty() ? "undeclared charset" : "charset '" + declared + "'";
+      declared.empty() ? "undeclared charset" : "charset '" + PrintableName(declared) + "'";
   for (const char* fallback : {kUtf8, kWindows1252, kLatin1}) {
     if (Convert(bytes, fallback, &out)) {
       *problem = label + " did not decode the text; read as " + fallback;
@@ -69,6 +82,11 @@ std::string TextToUtf8(const std::string& bytes, const std::string& declared,
     }
   }
   return out;  // not reached: ISO-8859-1 takes any byte
+}
+
+std::string ValidUtf8(const char* text) {
+  std::string ignored;
+  return text == nullptr ? std::string() : TextToUtf8(text, kUtf8, &ignored);
 }
 
 }  // namespace vimport

@@ -16,4 +16,7 @@ bool IsValidUtf8(const std::string& bytes);
 std::string TextToUtf8(const std::string& bytes, const std::string& declared,
                        std::string* problem);
 
+// A C string from a library (may be null, may hold raw bytes) as valid UTF-8.
+std::string ValidUtf8(const char* text);
+
 }  // namespace vimport
