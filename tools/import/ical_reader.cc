@@ -2,11 +2,10 @@
 
 #include <libical/ical.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <memory>
 
 #include "ical_dropped.h"
+#include "ical_parse.h"
 #include "ical_people.h"
 #include "ical_props.h"
 #include "ical_recurrence.h"
@@ -17,28 +16,10 @@
 namespace vimport {
 namespace {
 
-// Real calendars nest four levels at most (VCALENDAR, VEVENT, VALARM);
-// libical frees its trees recursively, so very deep input is refused.
-constexpr int kMaxNesting = 32;
-
-struct ComponentDeleter {
-  void operator()(icalcomponent* comp) const { icalcomponent_free(comp); }
-};
-using ComponentPtr = std::unique_ptr<icalcomponent, ComponentDeleter>;
-
 struct FoundEvent {
   icalcomponent* event;
   icalcomponent* calendar;  // the enclosing VCALENDAR, or null
 };
-
-// libical aborts on its internal errors unless told otherwise.
-void MakeLibicalErrorsNonFatal() {
-  static const bool done = [] {
-    icalerror_set_errors_are_fatal(0);
-    return true;
-  }();
-  (void)done;
-}
 
 std::string EventPrefix(size_t index) { return "event " + std::to_string(index) + ": "; }
 
@@ -51,13 +32,19 @@ std::string ErrorText(icalproperty* error) {
   return result;
 }
 
-// The X-LIC-ERROR notes libical left in `comp` and below it.
-void CollectParseErrors(icalcomponent* comp, const std::string& prefix,
-                        std::vector<std::string>* errors) {
+// The X-LIC-ERROR notes libical left in `comp` itself.
+void AddOwnParseErrors(icalcomponent* comp, const std::string& prefix,
+                       std::vector<std::string>* errors) {
   for (icalproperty* prop = icalcomponent_get_first_property(comp, ICAL_XLICERROR_PROPERTY);
        prop != nullptr; prop = icalcomponent_get_next_property(comp, ICAL_XLICERROR_PROPERTY)) {
     errors->push_back(prefix + ErrorText(prop));
   }
+}
+
+// The X-LIC-ERROR notes libical left in `comp` and below it.
+void CollectParseErrors(icalcomponent* comp, const std::string& prefix,
+                        std::vector<std::string>* errors) {
+  AddOwnParseErrors(comp, prefix, errors);
   for (icalcomponent* child = icalcomponent_get_first_component(comp, ICAL_ANY_COMPONENT);
        child != nullptr; child = icalcomponent_get_next_component(comp, ICAL_ANY_COMPONENT)) {
     CollectParseErrors(child, prefix, errors);
@@ -81,10 +68,7 @@ void CollectEvents(icalcomponent* comp, icalcomponent* calendar, std::vector<Fou
     return;
   }
   if (kind == ICAL_VCALENDAR_COMPONENT) calendar = comp;
-  for (icalproperty* prop = icalcomponent_get_first_property(comp, ICAL_XLICERROR_PROPERTY);
-       prop != nullptr; prop = icalcomponent_get_next_property(comp, ICAL_XLICERROR_PROPERTY)) {
-    errors->push_back(ErrorText(prop));
-  }
+  AddOwnParseErrors(comp, std::string(), errors);
   for (icalcomponent* child = icalcomponent_get_first_component(comp, ICAL_ANY_COMPONENT);
        child != nullptr; child = icalcomponent_get_next_component(comp, ICAL_ANY_COMPONENT)) {
     CollectEvents(child, calendar, events, errors);
@@ -122,48 +106,6 @@ EventItem ReadEvent(const FoundEvent& found, const std::string& prefix,
   return item;
 }
 
-// Hands libical the text line by line, as icalparser_parse wants it.
-struct LineSource {
-  const std::string* text;
-  size_t pos;
-};
-
-char* NextLine(char* out, size_t size, void* data) {
-  LineSource* source = static_cast<LineSource*>(data);
-  const std::string& text = *source->text;
-  if (source->pos >= text.size() || size < 2) return nullptr;
-  size_t end = text.find('\n', source->pos);
-  end = end == std::string::npos ? text.size() : end + 1;
-  const size_t length = std::min(end - source->pos, size - 1);
-  text.copy(out, length, source->pos);
-  out[length] = '\0';
-  source->pos += length;
-  return out;
-}
-
-// Every complete top-level component, and a last one cut off by the end of
-// the input closed as it stands, under one root.
-ComponentPtr ParseText(const std::string& text) {
-  std::unique_ptr<icalparser, decltype(&icalparser_free)> parser(icalparser_new(),
-                                                                  &icalparser_free);
-  if (!parser) return nullptr;
-  LineSource source{&text, 0};
-  icalparser_set_gen_data(parser.get(), &source);
-  ComponentPtr root(icalparser_parse(parser.get(), &NextLine));
-  // The parser keeps ownership of what it closes here: take a copy.
-  icalcomponent* unfinished = icalparser_clean(parser.get());
-  if (unfinished == nullptr) return root;
-  ComponentPtr rest(icalcomponent_new_clone(unfinished));
-  if (!root) return rest;
-  if (icalcomponent_isa(root.get()) != ICAL_XROOT_COMPONENT) {
-    ComponentPtr both(icalcomponent_new(ICAL_XROOT_COMPONENT));
-    icalcomponent_add_component(both.get(), root.release());
-    root = std::move(both);
-  }
-  icalcomponent_add_component(root.get(), rest.release());
-  return root;
-}
-
 std::string ComponentText(icalcomponent* comp) {
   char* text = icalcomponent_as_ical_string_r(comp);
   if (text == nullptr) return std::string();
@@ -177,24 +119,9 @@ std::string ComponentText(icalcomponent* comp) {
 std::vector<EventItem> ParseCalendar(const std::string& raw, std::vector<std::string>* errors) {
   std::vector<std::string> ignored;
   if (errors == nullptr) errors = &ignored;
-  MakeLibicalErrorsNonFatal();
-
-  // libical reads C strings: NUL bytes would end the input early.
-  std::string text = raw;
-  if (text.find('\0') != std::string::npos) {
-    errors->push_back("NUL bytes in the input were removed");
-    text.erase(std::remove(text.begin(), text.end(), '\0'), text.end());
-  }
-  if (ical::MaxNesting(text) > kMaxNesting) {
-    errors->push_back("components nested more than " + std::to_string(kMaxNesting) +
-                      " levels deep; not read");
-    return {};
-  }
-  ComponentPtr root = ParseText(text);
-  if (!root) {
-    errors->push_back("no iCalendar data found");
-    return {};
-  }
+  std::string text;
+  ical::ComponentPtr root = ical::ParseComponents(raw, &text, errors);
+  if (!root) return {};
   std::vector<FoundEvent> found;
   CollectEvents(root.get(), nullptr, &found, errors);
 

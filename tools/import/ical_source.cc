@@ -20,10 +20,16 @@ bool StartsWithNoCase(const std::string& text, const std::string& prefix) {
   return text.size() >= prefix.size() && EqualsNoCase(text.substr(0, prefix.size()), prefix);
 }
 
+// Whether the line's name is `name` (parameters may follow it).
+bool HasName(const std::string& line, const std::string& name) {
+  return StartsWithNoCase(line, name) && line.size() > name.size() &&
+         (line[name.size()] == ':' || line[name.size()] == ';');
+}
+
 // +1 for a BEGIN line, -1 for an END line.
 int DepthChange(const std::string& line) {
-  if (StartsWithNoCase(line, "BEGIN:")) return 1;
-  if (StartsWithNoCase(line, "END:")) return -1;
+  if (HasName(line, "BEGIN")) return 1;
+  if (HasName(line, "END")) return -1;
   return 0;
 }
 

@@ -111,6 +111,39 @@ TEST(IcalReader, TextsAreUnescaped) {
   EXPECT_EQ(events[0].description, "line one\nline two with a long tail");
 }
 
+TEST(IcalReader, ReadsByteOrderMarksAndNonUtf8Text) {
+  const std::string calendar =
+      Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xE9 \x80\r\n"));
+  std::vector<std::string> errors;
+  std::vector<EventItem> events = Parse(calendar, &errors);
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].subject, "Caf\xC3\xA9 \xE2\x82\xAC");
+  EXPECT_EQ(errors, std::vector<std::string>{"input is not UTF-8; read as Windows-1252"});
+
+  // 0x81 has no Windows-1252 character.
+  errors.clear();
+  events = Parse(Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:\xE9\x81\r\n")), &errors);
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_EQ(events[0].subject, "\xC3\xA9\xC2\x81");
+  EXPECT_EQ(errors, std::vector<std::string>{"input is not UTF-8; read as ISO-8859-1"});
+
+  const std::string utf8 =
+      Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xC3\xA9\r\n"));
+  std::string utf16le = "\xFF\xFE";
+  for (char c : Calendar(Event("DTSTART:20210601T120000Z\r\nSUMMARY:Caf\xE9\r\n"))) {
+    utf16le += c;
+    utf16le += '\0';
+  }
+  for (const std::string& text : {"\xEF\xBB\xBF" + utf8, utf16le}) {
+    errors.clear();
+    events = Parse(text, &errors);
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].subject, "Caf\xC3\xA9");
+    EXPECT_EQ(events[0].start, 1622548800);
+    EXPECT_TRUE(errors.empty());
+  }
+}
+
 TEST(IcalReader, BusyStatusFromTranspStatusAndOutlookProperty) {
   const std::string start = "DTSTART:20210601T120000Z\r\n";
   const std::vector<EventItem> events = Parse(Calendar(
@@ -248,6 +281,15 @@ TEST(IcalReader, ReadsEveryCalendarAndKeepsEachEventsText) {
   EXPECT_EQ(events[1].source, second);
   EXPECT_EQ(events[2].source, third);
   EXPECT_EQ(errors, std::vector<std::string>{"a VTODO is not imported"});
+
+  // A VEVENT libical does not see as one (here inside a VTODO) breaks the
+  // match of blocks to events: each event's text is then libical's own.
+  const std::vector<EventItem> mismatched = Parse(Calendar(
+      first + "BEGIN:VTODO\r\nBEGIN:VEVENT\r\nSUMMARY:hidden\r\nEND:VEVENT\r\nEND:VTODO\r\n"));
+  ASSERT_EQ(mismatched.size(), 1u);
+  EXPECT_EQ(mismatched[0].source.rfind("BEGIN:VEVENT\r\n", 0), 0u);
+  EXPECT_NE(mismatched[0].source.find("SUMMARY:one\r\n"), std::string::npos);
+  EXPECT_EQ(mismatched[0].source.find("hidden"), std::string::npos);
 }
 
 TEST(IcalReader, BrokenInputIsReportedNotFatal) {
@@ -283,7 +325,7 @@ TEST(IcalReader, BrokenInputIsReportedNotFatal) {
   // Absurd nesting is refused before libical builds a tree of it.
   errors.clear();
   std::string deep;
-  for (int i = 0; i < 100000; ++i) deep += "BEGIN:VCALENDAR\r\n";
+  for (int i = 0; i < 50000; ++i) deep += "BEGIN:VCALENDAR\r\nBEGIN;X=1:VEVENT\r\n";
   EXPECT_TRUE(Parse(deep, &errors).empty());
   EXPECT_FALSE(errors.empty());
 }
