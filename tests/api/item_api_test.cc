@@ -1,6 +1,7 @@
 // Messages and events through the public header, read back from the file.
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <chrono>
 
 #include "api_test_util.h"
@@ -244,4 +245,74 @@ TEST(ApiItems, ItemsThatWouldBreakTheLayoutAreRefused) {
   // Only the bookkeeping records are unreferenced: nothing of the refused
   // messages was written.
   for (const auto& b : box.unreferencedBlocks()) EXPECT_EQ(b.bid & 2, 2u);
+}
+
+TEST(ApiItems, MessageDrawsItsNidBeforeTheFoldersItsPathCreates) {
+  Written out;
+  virel_writer* w = virel_create_writer(out.path.c_str());
+  virel_message* m = virel_create_message();
+  const uint64_t message = virel_writer_add_message(w, "Projects/2024", m);
+  const uint64_t projects = virel_create_folder(w, "Projects");
+  const uint64_t year = virel_create_folder(w, "Projects/2024");
+  // An event resolves its folder first: the folders come before it.
+  virel_event* e = virel_create_event();
+  const uint64_t event = virel_writer_add_event(w, "Work/Meetings", e);
+  const uint64_t work = virel_create_folder(w, "Work");
+  const uint64_t meetings = virel_create_folder(w, "Work/Meetings");
+  virel_destroy_event(e);
+  virel_destroy_message(m);
+  virel_close(w);
+  virel_destroy_writer(w);
+
+  ASSERT_NE(message, 0u);
+  ASSERT_NE(event, 0u);
+  EXPECT_LT(message >> 5, projects >> 5);
+  EXPECT_LT(projects >> 5, year >> 5);
+  EXPECT_LT(work >> 5, meetings >> 5);
+  EXPECT_LT(meetings >> 5, event >> 5);
+  const vread::Mailbox box = OpenChecked(out.path);
+  ASSERT_NE(box.node(static_cast<uint32_t>(message)), nullptr);
+  EXPECT_EQ(box.node(static_cast<uint32_t>(message))->parent, year);
+  EXPECT_EQ(box.node(static_cast<uint32_t>(event))->parent, meetings);
+  ASSERT_NE(box.folder(static_cast<uint32_t>(year)), nullptr);
+  ASSERT_EQ(box.folder(static_cast<uint32_t>(year))->items.size(), 1u);
+}
+
+TEST(ApiItems, RefusedMessageLeavesNoTraceButARefusedEventKeepsItsFolder) {
+  const std::string big(40000, 'a');  // passes one heap page as UTF-16
+  auto write = [&](const std::string& path, bool with_refused) {
+    virel_writer* w = virel_create_writer(path.c_str());
+    virel_message* m = virel_create_message();
+    virel_message_set_subject(m, "kept");
+    EXPECT_NE(virel_writer_add_message(w, "Inbox", m), 0u);
+    if (with_refused) {
+      virel_message* refused = virel_create_message();
+      virel_message_set_body_plain(refused, big.c_str());
+      EXPECT_EQ(virel_writer_add_message(w, "New/Deep", refused), 0u);
+      virel_destroy_message(refused);
+    }
+    EXPECT_NE(virel_writer_add_message(w, "Other", m), 0u);
+    virel_destroy_message(m);
+    virel_close(w);
+    virel_destroy_writer(w);
+  };
+  testutil::TempDir dir;
+  write(dir.File("with.pst"), true);
+  write(dir.File("without.pst"), false);
+  EXPECT_EQ(testutil::ReadAll(dir.File("with.pst")),
+            testutil::ReadAll(dir.File("without.pst")));
+
+  Written out;
+  virel_writer* w = virel_create_writer(out.path.c_str());
+  virel_event* e = virel_create_event();
+  virel_event_set_location(e, big.c_str());
+  EXPECT_EQ(virel_writer_add_event(w, "Trips/2025", e), 0u);
+  virel_destroy_event(e);
+  virel_close(w);
+  virel_destroy_writer(w);
+  const vread::Mailbox box = OpenChecked(out.path);
+  std::vector<std::string> names;
+  for (const auto& f : box.folders()) names.push_back(f.name);
+  EXPECT_NE(std::find(names.begin(), names.end(), "Trips"), names.end());
+  EXPECT_NE(std::find(names.begin(), names.end(), "2025"), names.end());
 }
