@@ -2,7 +2,6 @@
 
 #include <exception>
 #include <fstream>
-#include <sstream>
 
 #include "ical_reader.h"
 #include "input_scan.h"
@@ -28,13 +27,13 @@ const char* KindName(SourceKind kind) {
 }
 
 bool ReadFile(const std::string& path, std::string* data) {
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(path, std::ios::binary | std::ios::ate);
   if (!in) return false;
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  if (in.bad()) return false;
-  *data = bytes.str();
-  return true;
+  const std::streamoff size = in.tellg();
+  if (size < 0) return false;
+  data->resize(static_cast<size_t>(size));
+  in.seekg(0);
+  return static_cast<bool>(in.read(&(*data)[0], size)) || size == 0;
 }
 
 ItemOutcome NewOutcome(const std::string& path, std::optional<size_t> index,
@@ -79,9 +78,10 @@ class Importer {
     const std::string folder = options_.folder.value_or(source.folder);
     switch (source.kind) {
       case SourceKind::kMbox: {
-        const std::vector<std::string> messages = SplitMbox(data);
-        for (size_t i = 0; i < messages.size(); ++i) {
-          Message(source.path, i, messages[i], folder);
+        MboxReader reader(data);
+        std::string raw;
+        for (size_t i = 0; reader.Next(&raw); ++i) {
+          Message(source.path, i, raw, folder);
         }
         break;
       }

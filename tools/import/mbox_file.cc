@@ -1,6 +1,7 @@
 #include "mbox_file.h"
 
 #include <cctype>
+#include <utility>
 
 namespace vimport {
 namespace {
@@ -56,29 +57,47 @@ bool LooksLikeMbox(const std::string& data) {
   return StartsWith(data, 0, kSeparator, kSeparatorLength);
 }
 
-std::vector<std::string> SplitMbox(const std::string& data) {
-  std::vector<std::string> messages;
-  std::string* current = nullptr;
-  bool previous_blank = true;
-  size_t pos = 0;
-  while (pos < data.size()) {
-    size_t end = data.find('\n', pos);
-    const size_t next = end == std::string::npos ? data.size() : end + 1;
-    if (end == std::string::npos) end = data.size();
-    const bool separator =
-        StartsWith(data, pos, kSeparator, kSeparatorLength) &&
-        (current == nullptr || previous_blank || HasTimeOfDay(data, pos, end));
-    if (separator) {
-      messages.emplace_back();
-      current = &messages.back();
-    } else if (current != nullptr) {
-      const size_t from = IsQuotedFrom(data, pos, end) ? pos + 1 : pos;
-      current->append(data, from, next - from);
+MboxReader::MboxReader(const std::string& data) : data_(data) {
+  // Whatever precedes the first separator is not a message.
+  while (pos_ < data_.size() && !StartsWith(data_, pos_, kSeparator, kSeparatorLength)) {
+    const size_t end = data_.find('\n', pos_);
+    pos_ = end == std::string::npos ? data_.size() : end + 1;
+  }
+}
+
+bool MboxReader::Next(std::string* message) {
+  if (pos_ >= data_.size()) return false;
+  message->clear();
+  size_t pos = data_.find('\n', pos_);  // past the separator line
+  pos = pos == std::string::npos ? data_.size() : pos + 1;
+  size_t run = pos;  // start of the bytes not yet copied
+  bool previous_blank = false;
+  while (pos < data_.size()) {
+    size_t end = data_.find('\n', pos);
+    const size_t next = end == std::string::npos ? data_.size() : end + 1;
+    if (end == std::string::npos) end = data_.size();
+    if (StartsWith(data_, pos, kSeparator, kSeparatorLength) &&
+        (previous_blank || HasTimeOfDay(data_, pos, end))) {
+      break;
     }
-    previous_blank = IsBlank(data, pos, end);
+    if (data_[pos] == '>' && IsQuotedFrom(data_, pos, end)) {
+      message->append(data_, run, pos - run);
+      run = pos + 1;
+    }
+    previous_blank = IsBlank(data_, pos, end);
     pos = next;
   }
-  for (std::string& m : messages) DropSeparatorBlank(&m);
+  message->append(data_, run, pos - run);
+  pos_ = pos;
+  DropSeparatorBlank(message);
+  return true;
+}
+
+std::vector<std::string> SplitMbox(const std::string& data) {
+  std::vector<std::string> messages;
+  MboxReader reader(data);
+  std::string m;
+  while (reader.Next(&m)) messages.push_back(std::move(m));
   return messages;
 }
 

@@ -11,8 +11,20 @@ namespace vimport {
 // True when the bytes open like an mbox file.
 bool LooksLikeMbox(const std::string& data);
 
-// The messages of an mbox file in order, separator lines removed and
-// quoted "From " lines unquoted.
+// Reads the messages of an mbox file one at a time, in order, separator
+// lines removed and quoted "From " lines unquoted. `data` must outlive it.
+class MboxReader {
+ public:
+  explicit MboxReader(const std::string& data);
+  // False when no message is left.
+  bool Next(std::string* message);
+
+ private:
+  const std::string& data_;
+  size_t pos_ = 0;
+};
+
+// Every message of an mbox file, as MboxReader reads them.
 std::vector<std::string> SplitMbox(const std::string& data);
 
 // One mbox entry (separator line, quoted body, blank line) for `raw`.
