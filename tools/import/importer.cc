@@ -14,6 +14,8 @@
 namespace vimport {
 namespace {
 
+constexpr char kDefaultMessageFolder[] = "Inbox";
+
 const char* KindName(SourceKind kind) {
   switch (kind) {
     case SourceKind::kMbox:
@@ -75,7 +77,8 @@ class Importer {
       report_->errors.push_back(source.path + ": cannot read");
       return;
     }
-    const std::string folder = options_.folder.value_or(source.folder);
+    std::string folder = options_.folder.value_or(source.folder);
+    if (folder.empty()) folder = kDefaultMessageFolder;
     switch (source.kind) {
       case SourceKind::kMbox: {
         MboxReader reader(data);

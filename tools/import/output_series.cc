@@ -37,7 +37,7 @@ virel::Virel::Impl& OutputSeries::Current() {
     try {
       writer_.reset(new virel::Virel(path));
     } catch (const std::exception& e) {
-      throw std::runtime_error(path + ": cannot create: " + e.what());
+      throw OutputError(path + ": cannot create: " + e.what());
     }
     files_.push_back({path, 0, 0});
   }
@@ -74,19 +74,41 @@ Placement OutputSeries::Written(uint64_t nid, bool moved) const {
 
 Placement OutputSeries::AddMessage(const std::string& folder,
                                    virel::MessageRecord m) {
-  const auto check = [&] { return Current().CheckMessage(folder, m); };
-  bool moved = false;
-  virel::Fit fit = check();
-  while (fit == virel::Fit::kItemRefused && MoveBodyToAttachment(&m)) {
-    moved = true;
-    fit = check();
+  try {
+    return TryAddMessage(folder, &m);
+  } catch (const OutputError&) {
+    throw;
+  } catch (const std::exception& e) {
+    return Rejected(e.what());
   }
-  return Place(fit, moved, check, [&] { return Current().AddMessage(folder, m); },
-               &OutputFile::messages);
 }
 
 Placement OutputSeries::AddEvent(const std::string& folder,
                                  const virel::EventRecord& e) {
+  try {
+    return TryAddEvent(folder, e);
+  } catch (const OutputError&) {
+    throw;
+  } catch (const std::exception& ex) {
+    return Rejected(ex.what());
+  }
+}
+
+Placement OutputSeries::TryAddMessage(const std::string& folder,
+                                      virel::MessageRecord* m) {
+  const auto check = [&] { return Current().CheckMessage(folder, *m); };
+  bool moved = false;
+  virel::Fit fit = check();
+  while (fit == virel::Fit::kItemRefused && MoveBodyToAttachment(m)) {
+    moved = true;
+    fit = check();
+  }
+  return Place(fit, moved, check, [&] { return Current().AddMessage(folder, *m); },
+               &OutputFile::messages);
+}
+
+Placement OutputSeries::TryAddEvent(const std::string& folder,
+                                    const virel::EventRecord& e) {
   const auto check = [&] { return Current().CheckEvent(folder, e); };
   return Place(check(), false, check,
                [&] { return Current().AddEvent(folder, e); }, &OutputFile::events);
@@ -101,13 +123,9 @@ Placement OutputSeries::Place(virel::Fit fit, bool moved, const Check& check,
     fit = check();
   }
   if (fit != virel::Fit::kFits) return Rejected(kTooLargeReason);
-  try {
-    const uint64_t nid = add();
-    ++(files_.back().*count);
-    return Written(nid, moved);
-  } catch (const std::exception& e) {
-    return Rejected(e.what());
-  }
+  const uint64_t nid = add();
+  ++(files_.back().*count);
+  return Written(nid, moved);
 }
 
 }  // namespace vimport

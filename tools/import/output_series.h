@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,12 @@
 #include "messaging/records.h"
 
 namespace vimport {
+
+// An output file that cannot be created: the import cannot go on.
+class OutputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 enum class PlaceStatus { kWritten, kWrittenMovedBody, kRejected };
 
@@ -37,7 +44,8 @@ class OutputSeries {
   OutputSeries(const OutputSeries&) = delete;
   OutputSeries& operator=(const OutputSeries&) = delete;
 
-  // Opening a file that cannot be created throws std::runtime_error.
+  // Opening a file that cannot be created throws OutputError; any other
+  // failure rejects the item.
   Placement AddMessage(const std::string& folder, virel::MessageRecord m);
   Placement AddEvent(const std::string& folder, const virel::EventRecord& e);
 
@@ -53,6 +61,8 @@ class OutputSeries {
   bool CurrentEmpty() const;
   bool CloseCurrent();
   Placement Written(uint64_t nid, bool moved) const;
+  Placement TryAddMessage(const std::string& folder, virel::MessageRecord* m);
+  Placement TryAddEvent(const std::string& folder, const virel::EventRecord& e);
   // Writes the item if it fits here or in a new file; `fit` is the
   // current file's answer so far.
   template <typename Check, typename Add>
