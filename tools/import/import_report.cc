@@ -36,6 +36,7 @@ nlohmann::json ItemJson(const ItemOutcome& item) {
     j["nid"] = item.nid;
   }
   if (!item.problems.empty()) j["problems"] = item.problems;
+  if (!item.not_carried.empty()) j["not_carried"] = item.not_carried;
   return j;
 }
 
@@ -52,6 +53,15 @@ size_t ItemsWithProblems(const ImportReport& report) {
   size_t n = 0;
   for (const ItemOutcome& item : report.items) n += item.problems.empty() ? 0 : 1;
   return n;
+}
+
+// Event parts the writer cannot hold, with how many events had each.
+std::map<std::string, size_t> NotCarried(const ImportReport& report) {
+  std::map<std::string, size_t> parts;
+  for (const ItemOutcome& item : report.items) {
+    for (const std::string& part : item.not_carried) ++parts[part];
+  }
+  return parts;
 }
 
 }  // namespace
@@ -80,8 +90,10 @@ void PrintSummary(const ImportReport& report, std::ostream& out) {
     out << "  " << n << " x " << reason << "\n";
   }
   if (const size_t n = ItemsWithProblems(report)) {
-    out << "items with decoding problems or dropped parts: " << n
-        << " (see --json)\n";
+    out << "items with decoding problems: " << n << " (listed by --json)\n";
+  }
+  for (const auto& [part, n] : NotCarried(report)) {
+    out << "not carried into the file: " << part << " (" << n << " events)\n";
   }
   for (const OutputFile& f : report.files) {
     out << "file " << f.path << ": " << f.messages << " messages, " << f.events

@@ -23,7 +23,8 @@ struct ItemOutcome {
   std::string folder;  // folder path, when written
   uint64_t nid = 0;
   std::string reason;                 // why rejected
-  std::vector<std::string> problems;  // decoding problems and dropped parts
+  std::vector<std::string> problems;     // what could not be decoded as declared
+  std::vector<std::string> not_carried;  // event parts the writer cannot hold
 };
 
 struct InputSummary {

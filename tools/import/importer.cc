@@ -113,9 +113,7 @@ class Importer {
     report_->inputs.back().problems = errors;
     for (size_t i = 0; i < events.size(); ++i) {
       ItemOutcome outcome = NewOutcome(path, i, ItemKind::kEvent);
-      for (const std::string& d : events[i].dropped) {
-        outcome.problems.push_back("not carried: " + d);
-      }
+      outcome.not_carried = events[i].dropped;
       const Placement p =
           series_.AddEvent(options_.calendar, ToEventRecord(events[i]));
       if (p.status == PlaceStatus::kRejected) rejected_.AddEvent(events[i].source);
