@@ -61,6 +61,7 @@ class Importer {
     report_->errors = scan.errors;
     report_->skipped = scan.skipped;
     try {
+      if (!scan.sources.empty() || scan.errors.empty()) series_.Open();
       for (const Source& source : scan.sources) Read(source);
     } catch (const std::exception& e) {
       // The output cannot be written: nothing further can be imported.

@@ -44,6 +44,10 @@ class OutputSeries {
   OutputSeries(const OutputSeries&) = delete;
   OutputSeries& operator=(const OutputSeries&) = delete;
 
+  // Creates the first file now, so an import of no items still leaves an
+  // empty mailbox and an unwritable path shows at once. Throws OutputError.
+  void Open() { Current(); }
+
   // Opening a file that cannot be created throws OutputError; any other
   // failure rejects the item.
   Placement AddMessage(const std::string& folder, virel::MessageRecord m);
