@@ -58,4 +58,25 @@ void BM_WriteMailbox(benchmark::State& state) {
 }
 BENCHMARK(BM_WriteMailbox)->Arg(10)->Arg(40)->Unit(benchmark::kMillisecond);
 
+// One capacity check of a message against a writer that holds `range(0)`
+// messages spread over ten folders, beside adding such a message.
+void BM_CheckMessage(benchmark::State& state) {
+  const std::string path = "virel_bench_check.pst";
+  virel::MessageRecord m;
+  m.subject = "Benchmark message";
+  m.body_plain = std::string(500, 'b');
+  {
+    virel::Virel writer(path);
+    for (int i = 0; i < state.range(0); ++i) {
+      writer.impl().AddMessage("Folder " + std::to_string(i % 10), m);
+    }
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(writer.impl().CheckMessage("Folder 3", m));
+    }
+    writer.impl().close();
+  }
+  std::remove(path.c_str());
+}
+BENCHMARK(BM_CheckMessage)->Arg(10)->Arg(250)->Unit(benchmark::kMicrosecond);
+
 }  // namespace

@@ -22,13 +22,25 @@ CloseForecast::CloseForecast(const FolderRegistry& folders,
                              const ContentsRegistry& contents,
                              const NamedPropertyMap& names)
     : folders_(folders, &folder_nodes_), contents_(contents), names_(names),
-      base_folders_(folders.size()) {}
+      base_folders_(folders.size()), first_planned_id_(folders.next_id()) {}
 
 uint64_t CloseForecast::Resolve(const std::string& path) {
-  return folders_.Resolve(path);
+  const uint64_t first_new = folders_.next_id();
+  const uint64_t folder = folders_.Resolve(path);
+  for (uint64_t id = first_new; id < folders_.next_id(); ++id) {
+    changed_.insert(folders_.Get(id)->parent_id);
+  }
+  return folder;
+}
+
+void CloseForecast::SetContainerClass(uint64_t folder,
+                                      const std::string& container_class) {
+  folders_.SetContainerClass(folder, container_class);
+  changed_.insert(folder);
 }
 
 void CloseForecast::File(uint64_t folder, uint32_t kind, size_t blocks) {
+  changed_.insert(folder);
   // The row's NID does not change the size of anything close writes.
   contents_[folder].push_back({0, kind});
   ++items_;
@@ -42,8 +54,36 @@ size_t CloseForecast::RecordBlockCount() const {
   return folders_.size() + 2 * lists + (lists != 0 ? 1 : 0);
 }
 
-ClosePlan CloseForecast::Run(const CapacityUse& now,
-                             bool name_map_pending) const {
+std::optional<size_t> CloseForecast::FolderBlocks(uint64_t id,
+                                                  FolderCostMemo* memo) const {
+  const auto contents = contents_.find(id);
+  FolderCost cost{folders_.Get(id)->children.size(),
+                  contents == contents_.end() ? 0 : contents->second.size(),
+                  folders_.ContainerClass(id, ""), std::nullopt};
+  // Only a state the writer's folder is really in may be remembered: a
+  // planned item that is never added must not stand for a later one.
+  const bool held = id < first_planned_id_ && changed_.count(id) == 0;
+  if (held) {
+    const auto known = memo->find(id);
+    if (known != memo->end() && known->second.children == cost.children &&
+        known->second.contents == cost.contents &&
+        known->second.container_class == cost.container_class) {
+      return known->second.blocks;
+    }
+  }
+  ndb::NodeRegistry written;
+  ndb::DataWriter counter(&written);
+  try {
+    WriteFolder(folders_, contents_, id, &counter, &written);
+    cost.blocks = written.block_count();
+  } catch (const std::length_error&) {
+  }
+  if (held) (*memo)[id] = cost;
+  return cost.blocks;
+}
+
+ClosePlan CloseForecast::Run(const CapacityUse& now, bool name_map_pending,
+                             FolderCostMemo* memo) const {
   ClosePlan plan;
   plan.use.nodes = now.nodes + items_ + (folders_.size() - base_folders_) +
                    (name_map_pending ? 1 : 0);
@@ -53,15 +93,20 @@ ClosePlan CloseForecast::Run(const CapacityUse& now,
   ndb::DataWriter counter(&written);
   try {
     WriteMessageStore(&counter, &written);
-    WriteAllFolders(folders_, contents_, &counter, &written);
     WriteNameToIdMap(names_, &counter, &written);
   } catch (const std::length_error&) {
     plan.closes = false;
   }
+  size_t folder_blocks = 0;
+  for (uint64_t id : FolderWriteOrder(folders_)) {
+    const std::optional<size_t> blocks = FolderBlocks(id, memo);
+    if (!blocks) plan.closes = false;
+    folder_blocks += blocks.value_or(0);
+  }
   // The BBT lists the NBT's pages, but not its own or the counters record
   // written after it.
   plan.use.blocks = now.blocks + item_blocks_ + RecordBlockCount() +
-                    written.block_count() +
+                    written.block_count() + folder_blocks +
                     TreePageCount(plan.use.nodes, ndb::kNbtLeafCapacity);
   if (plan.use.nodes > kMaxNbtEntries || plan.use.blocks > kMaxBbtEntries) {
     plan.closes = false;
@@ -71,7 +116,8 @@ ClosePlan CloseForecast::Run(const CapacityUse& now,
 
 ClosePlan Virel::Impl::PlanClose(const CloseForecast& forecast) const {
   const CapacityUse now{nodes_.node_count(), nodes_.block_count()};
-  return forecast.Run(now, !nodes_.FindNode(kNameToIdMapNid).has_value());
+  return forecast.Run(now, !nodes_.FindNode(kNameToIdMapNid).has_value(),
+                      &folder_costs_);
 }
 
 CapacityUse Virel::Impl::PredictClose() const {
@@ -113,7 +159,7 @@ Fit Virel::Impl::CheckEvent(const std::string& folder_path,
     return Fit::kItemRefused;
   }
   forecast.File(folder, kContentEvent, item.block_count());
-  forecast.folders()->SetContainerClass(folder, kCalendarContainerClass);
+  forecast.SetContainerClass(folder, kCalendarContainerClass);
   return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
 }
 

@@ -6,7 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "messaging/folder_registry.h"
 #include "messaging/named_property_map.h"
@@ -17,7 +20,8 @@ namespace virel {
 
 enum class Fit {
   kFits,         // adding the item leaves a file that still closes
-  kFileFull,     // the item is fine but this file could not close with it
+  kFileFull,     // the item is fine but this file could not close with it;
+                 // said of a new writer, no file can hold the item
   kItemRefused,  // the writer refuses the item whatever the file: its texts
                  // pass one heap page, its recipient or attachment table
                  // passes a page, or it has too many attachments
@@ -36,6 +40,18 @@ inline constexpr size_t kMaxBbtEntries = ndb::kBbtLeafCapacity * ndb::kRootCapac
 // Pages of a B-tree over `entries` leaf entries: one leaf, or leaves under
 // a root.
 size_t TreePageCount(size_t entries, size_t leaf_capacity);
+
+// The blocks close writes for one folder, with what decides them: its
+// name, kind, children and contents only ever grow, so their counts and
+// the container class identify the folder's state.
+struct FolderCost {
+  size_t children = 0;
+  size_t contents = 0;
+  std::string container_class;
+  std::optional<size_t> blocks;  // none when a table passes one heap page
+};
+// By folder ID; only states the writer's folders have been in.
+using FolderCostMemo = std::unordered_map<uint64_t, FolderCost>;
 
 struct ClosePlan {
   CapacityUse use;  // a lower bound when a folder's tables would not fit
@@ -56,21 +72,27 @@ class CloseForecast {
   uint64_t Resolve(const std::string& path);
   // Files an item whose serialisation wrote `blocks` blocks.
   void File(uint64_t folder, uint32_t kind, size_t blocks);
-  FolderRegistry* folders() { return &folders_; }
+  void SetContainerClass(uint64_t folder, const std::string& container_class);
   NamedPropertyMap* names() { return &names_; }
 
   // `now` is what the writer's registry holds; `name_map_pending` whether
-  // close still has to add the name-to-ID node.
-  ClosePlan Run(const CapacityUse& now, bool name_map_pending) const;
+  // close still has to add the name-to-ID node. Folders whose state is in
+  // `memo` are not written again.
+  ClosePlan Run(const CapacityUse& now, bool name_map_pending,
+                FolderCostMemo* memo) const;
 
  private:
   size_t RecordBlockCount() const;
+  // Blocks of one folder; none when it cannot be written.
+  std::optional<size_t> FolderBlocks(uint64_t id, FolderCostMemo* memo) const;
 
   ndb::NodeRegistry folder_nodes_;  // NIDs of planned folders
   FolderRegistry folders_;
   ContentsRegistry contents_;
   NamedPropertyMap names_;
   size_t base_folders_;
+  uint64_t first_planned_id_;
+  std::unordered_set<uint64_t> changed_;  // held folders planned items change
   size_t items_ = 0;
   size_t item_blocks_ = 0;
 };

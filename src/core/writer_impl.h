@@ -83,6 +83,8 @@ class Virel::Impl {
   uint32_t messages_added_ = 0;
   uint32_t events_added_ = 0;
   bool finalised_ = false;
+  // What close writes for each folder, kept between capacity checks.
+  mutable FolderCostMemo folder_costs_;
 };
 
 }  // namespace virel

@@ -68,6 +68,8 @@ class FolderRegistry {
   std::string ContainerClass(uint64_t id, const std::string& fallback) const;
 
   uint64_t root_id() const { return root_id_; }
+  // The ID the next folder will get; every folder's is smaller.
+  uint64_t next_id() const { return next_id_; }
   // Folders other than the root and the defaults, in creation order.
   const std::vector<uint64_t>& caller_folders() const { return caller_folders_; }
   // Every folder ID, ascending.

@@ -27,20 +27,38 @@ ndb::Node NodeOf(const ndb::NodeRegistry& nodes, uint32_t nid, uint32_t parent) 
 
 }  // namespace
 
+std::vector<uint64_t> FolderWriteOrder(const FolderRegistry& folders) {
+  std::vector<uint64_t> order{folders.root_id()};
+  for (const DefaultFolder& f : kDefaultFolders) order.push_back(folders.Find(f.name));
+  order.insert(order.end(), folders.caller_folders().begin(),
+               folders.caller_folders().end());
+  return order;
+}
+
+void WriteFolder(const FolderRegistry& folders, const ContentsRegistry& contents,
+                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes) {
+  FolderWriter folder_writer(folders, contents, writer, nodes);
+  if (id == folders.root_id()) {
+    folder_writer.WriteRootFolder();
+    return;
+  }
+  const Folder* f = folders.Get(id);
+  const uint32_t nid = folders.NidOf(id);
+  const ndb::Node node = NodeOf(*nodes, nid, folders.NidOf(f->parent_id));
+  for (const DefaultFolder& d : kDefaultFolders) {
+    if (d.nid == nid) {
+      folder_writer.createProperFolderData(f->name, node);
+      return;
+    }
+  }
+  folder_writer.createUserFolderData(f->name, id, node);
+}
+
 void WriteAllFolders(const FolderRegistry& folders,
                      const ContentsRegistry& contents, ndb::DataWriter* writer,
                      ndb::NodeRegistry* nodes) {
-  FolderWriter folder_writer(folders, contents, writer, nodes);
-  folder_writer.WriteRootFolder();
-  for (const DefaultFolder& f : kDefaultFolders) {
-    folder_writer.createProperFolderData(f.name,
-                                         NodeOf(*nodes, f.nid, kRootFolderNid));
-  }
-  for (uint64_t id : folders.caller_folders()) {
-    const Folder* f = folders.Get(id);
-    const uint32_t nid = folders.NidOf(id);
-    folder_writer.createUserFolderData(
-        f->name, id, NodeOf(*nodes, nid, folders.NidOf(f->parent_id)));
+  for (uint64_t id : FolderWriteOrder(folders)) {
+    WriteFolder(folders, contents, id, writer, nodes);
   }
 }
 

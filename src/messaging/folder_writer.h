@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "messaging/folder_registry.h"
 #include "messaging/records.h"
@@ -42,8 +43,13 @@ class FolderWriter {
   ndb::NodeRegistry* nodes_;
 };
 
-// Every folder node close writes: the root, the default folders, then the
-// caller's folders in creation order.
+// The order close writes folders in: the root, the default folders, then
+// the caller's folders in creation order.
+std::vector<uint64_t> FolderWriteOrder(const FolderRegistry& folders);
+// One folder's node: its property context and its tables.
+void WriteFolder(const FolderRegistry& folders, const ContentsRegistry& contents,
+                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes);
+// Every folder node close writes, in that order.
 void WriteAllFolders(const FolderRegistry& folders,
                      const ContentsRegistry& contents, ndb::DataWriter* writer,
                      ndb::NodeRegistry* nodes);
