@@ -1,0 +1,173 @@
+#include "importer.h"
+
+#include <exception>
+#include <fstream>
+
+#include "ical_reader.h"
+#include "input_scan.h"
+#include "mbox_file.h"
+#include "mime_reader.h"
+#include "output_series.h"
+#include "records.h"
+#include "rejected_items.h"
+
+namespace vimport {
+namespace {
+
+constexpr char kDefaultMessageFolder[] = "Inbox";
+
+const char* KindName(SourceKind kind) {
+  switch (kind) {
+    case SourceKind::kMbox:
+      return "mbox";
+    case SourceKind::kCalendar:
+      return "calendar";
+    case SourceKind::kMessage:
+      break;
+  }
+  return "message";
+}
+
+bool ReadFile(const std::string& path, std::string* data) {
+  std::ifstream in(path, std::ios::binary | std::ios::ate);
+  if (!in) return false;
+  const std::streamoff size = in.tellg();
+  if (size < 0) return false;
+  data->resize(static_cast<size_t>(size));
+  in.seekg(0);
+  return static_cast<bool>(in.read(&(*data)[0], size)) || size == 0;
+}
+
+ItemOutcome NewOutcome(const std::string& path, std::optional<size_t> index,
+                       ItemKind kind) {
+  ItemOutcome outcome;
+  outcome.path = path;
+  outcome.index = index;
+  outcome.kind = kind;
+  return outcome;
+}
+
+class Importer {
+ public:
+  Importer(const ImportOptions& options, Progress* progress, ImportReport* report)
+      : options_(options),
+        progress_(progress),
+        report_(report),
+        series_(options.output),
+        rejected_(options.output) {}
+
+  void Run() {
+    ScanResult scan = ScanInputs(options_.inputs);
+    report_->errors = scan.errors;
+    report_->skipped = scan.skipped;
+    try {
+      if (!scan.sources.empty() || scan.errors.empty()) series_.Open();
+      for (const Source& source : scan.sources) Read(source);
+    } catch (const std::exception& e) {
+      // The output cannot be written: nothing further can be imported.
+      report_->errors.push_back(e.what());
+    }
+    Finish();
+  }
+
+ private:
+  void Read(const Source& source) {
+    report_->inputs.push_back({source.path, KindName(source.kind), {}});
+    std::string data;
+    if (!ReadFile(source.path, &data)) {
+      report_->errors.push_back(source.path + ": cannot read");
+      return;
+    }
+    std::string folder = options_.folder.value_or(source.folder);
+    if (folder.empty()) folder = kDefaultMessageFolder;
+    switch (source.kind) {
+      case SourceKind::kMbox: {
+        MboxReader reader(data);
+        std::string raw;
+        for (size_t i = 0; reader.Next(&raw); ++i) {
+          Message(source.path, i, raw, folder);
+        }
+        break;
+      }
+      case SourceKind::kMessage:
+        Message(source.path, std::nullopt, data, folder);
+        break;
+      case SourceKind::kCalendar:
+        Calendar(source.path, data);
+        break;
+    }
+  }
+
+  void Message(const std::string& path, std::optional<size_t> index,
+               const std::string& raw, const std::string& folder) {
+    const MailItem item = ParseMessage(raw);
+    ItemOutcome outcome = NewOutcome(path, index, ItemKind::kMessage);
+    outcome.problems = item.problems;
+    const Placement p = series_.AddMessage(folder, ToMessageRecord(item));
+    if (p.status == PlaceStatus::kRejected) rejected_.AddMessage(raw);
+    Record(&outcome, p, folder);
+  }
+
+  void Calendar(const std::string& path, const std::string& raw) {
+    std::vector<std::string> errors;
+    const std::vector<EventItem> events = ParseCalendar(raw, &errors);
+    report_->inputs.back().problems = errors;
+    for (size_t i = 0; i < events.size(); ++i) {
+      ItemOutcome outcome = NewOutcome(path, i, ItemKind::kEvent);
+      outcome.not_carried = events[i].dropped;
+      const Placement p =
+          series_.AddEvent(options_.calendar, ToEventRecord(events[i]));
+      if (p.status == PlaceStatus::kRejected) rejected_.AddEvent(events[i].source);
+      Record(&outcome, p, options_.calendar);
+    }
+  }
+
+  void Record(ItemOutcome* outcome, const Placement& p, const std::string& folder) {
+    outcome->status = p.status;
+    if (p.status == PlaceStatus::kRejected) {
+      outcome->reason = p.reason;
+    } else {
+      outcome->file = series_.files()[static_cast<size_t>(p.file)].path;
+      outcome->folder = folder;
+      outcome->nid = p.nid;
+    }
+    report_->items.push_back(std::move(*outcome));
+    progress_->Update(report_->items.size(), series_.files().size());
+  }
+
+  void Finish() {
+    series_.Close();
+    try {
+      rejected_.Close();
+    } catch (const std::exception& e) {
+      report_->errors.push_back(e.what());
+    }
+    progress_->Finish();
+    report_->files = series_.files();
+    for (const std::string& e : series_.errors()) report_->errors.push_back(e);
+    if (rejected_.wrote_mbox()) report_->rejected_mbox = rejected_.mbox_path();
+    if (rejected_.wrote_ics()) report_->rejected_ics = rejected_.ics_path();
+  }
+
+  const ImportOptions& options_;
+  Progress* progress_;
+  ImportReport* report_;
+  OutputSeries series_;
+  RejectedItems rejected_;
+};
+
+}  // namespace
+
+ImportReport RunImport(const ImportOptions& options, Progress* progress) {
+  ImportReport report;
+  Importer(options, progress, &report).Run();
+  return report;
+}
+
+int ExitCode(const ImportReport& report) {
+  if (!report.errors.empty()) return kExitFailure;
+  if (report.Count(PlaceStatus::kRejected) > 0) return kExitSomeRejected;
+  return kExitAllWritten;
+}
+
+}  // namespace vimport
