@@ -215,6 +215,16 @@ TEST(NdbBlockAllocator, AllocatesAlignedSpaceReusesAndRecordsStats) {
             (std::vector<double>{144, 80, 16}));
   EXPECT_EQ(Stats::Instance().Durations("block_allocate").size(), 4u);
 
+  // Among free records the latest that fits is taken; a smaller or
+  // misaligned one is passed over and stays free.
+  alloc.Release(h1);
+  alloc.Release(h2);
+  alloc.Release(h3);
+  EXPECT_EQ(alloc.Allocate(90, 8), h1);  // h3 and h2 are too small
+  EXPECT_EQ(alloc.Allocate(80, 8), h2);
+  EXPECT_EQ(alloc.Allocate(8, 8), h3);
+  EXPECT_EQ(alloc.Allocate(8, 8), 4u);  // nothing free is left
+
   try {
     alloc.Allocate(0, 8);
     FAIL();
