@@ -32,8 +32,21 @@ inline uint64_t MakeBid(uint64_t index, bool internal) {
   return (index << 2) | (internal ? 2u : 0u);
 }
 
-// The complete block image for a payload written at `ib` under `bid`. The
-// CRC covers the payload before encoding.
+// Builds block images in one buffer kept from block to block: the payload
+// is copied (and encoded) straight into place, then padding and trailer.
+// The CRC covers the payload before encoding.
+class BlockBuilder {
+ public:
+  // The image of `cb` payload bytes written at `ib` under `bid`; valid
+  // until the next call.
+  const Bytes& Build(const uint8_t* payload, size_t cb, uint64_t bid,
+                     uint64_t ib, bool encode);
+
+ private:
+  Bytes buffer_;
+};
+
+// One block image on its own.
 Bytes BuildBlock(const Bytes& payload, uint64_t bid, uint64_t ib, bool encode);
 
 }  // namespace ndb

@@ -26,14 +26,14 @@ Bytes XBlockPayload(uint8_t level, const std::vector<uint64_t>& bids,
 
 }  // namespace
 
-Bref DataWriter::WriteBlock(const Bytes& payload, bool internal, bool encode) {
+Bref DataWriter::WriteBlock(const uint8_t* payload, size_t size, bool internal,
+                            bool encode) {
   const uint64_t bid = registry_->NextBid(internal);
-  const uint64_t handle =
-      allocator_->Allocate(BlockSize(payload.size()), kBlockAlignment);
+  const uint64_t handle = allocator_->Allocate(BlockSize(size), kBlockAlignment);
   const uint64_t ib = allocator_->OffsetOf(handle);
-  const Bytes block = BuildBlock(payload, bid, ib, encode);
+  const Bytes& block = builder_.Build(payload, size, bid, ib, encode);
   store_->WriteAt(ib, block.data(), block.size());
-  registry_->RegisterBlock(bid, ib, payload.size());
+  registry_->RegisterBlock(bid, ib, size);
   return {bid, ib};
 }
 
@@ -48,8 +48,7 @@ uint64_t DataWriter::WriteTree(const Bytes& data) {
   std::vector<uint64_t> chunks;
   for (size_t from = 0; from < data.size(); from += kMaxBlockPayload) {
     const size_t to = std::min(data.size(), from + kMaxBlockPayload);
-    chunks.push_back(WriteData(Bytes(data.begin() + from, data.begin() + to),
-                               false));
+    chunks.push_back(WriteBlock(data.data() + from, to - from, false, true).bid);
   }
   if (chunks.size() <= kMaxXBlockEntries) {
     return WriteData(XBlockPayload(kXBlockLevel, chunks, data.size()), true);

@@ -29,7 +29,11 @@ class DataWriter {
   uint64_t WriteData(const Bytes& data, bool internal);
 
   // One block of any size with the encoding chosen by the caller.
-  Bref WriteBlock(const Bytes& payload, bool internal, bool encode);
+  Bref WriteBlock(const Bytes& payload, bool internal, bool encode) {
+    return WriteBlock(payload.data(), payload.size(), internal, encode);
+  }
+  Bref WriteBlock(const uint8_t* payload, size_t size, bool internal,
+                  bool encode);
 
  private:
   uint64_t WriteTree(const Bytes& data);
@@ -37,6 +41,7 @@ class DataWriter {
   BlockAllocator* allocator_;
   FileStore* store_;
   NodeRegistry* registry_;
+  BlockBuilder builder_;
 };
 
 }  // namespace ndb
