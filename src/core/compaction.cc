@@ -1,5 +1,6 @@
 #include "core/compaction.h"
 
+#include <optional>
 #include <unordered_set>
 
 #include "ltp/utf8.h"
@@ -9,7 +10,7 @@
 namespace virel {
 namespace {
 
-using Cells = std::vector<std::pair<uint32_t, Bytes>>;
+using Cells = ItemRowCells;
 
 constexpr uint32_t kMessageFlagRead = 1;
 constexpr size_t kGroupSetBuckets = 8;
@@ -29,11 +30,49 @@ void AddString(Cells* cells, uint32_t t, const std::string& s) {
   if (!s.empty()) cells->emplace_back(t, ltp::Utf8ToUtf16(s));
 }
 
+// The converted text, or nothing for an empty one.
+std::optional<Bytes> OptionalText(const std::string& s) {
+  if (s.empty()) return std::nullopt;
+  return ltp::Utf8ToUtf16(s);
+}
+
+// A cell with the bag's value of `t` when the bag has it.
+void AddFromBag(Cells* cells, const ltp::PropertyBag& bag, uint32_t t) {
+  if (const Bytes* value = bag.Find(t)) cells->emplace_back(t, *value);
+}
+
 Bytes ZeroValue(uint16_t type) {
   return Bytes(type == tag::kTypeSysTime ? 8 : 4, 0);
 }
 
 }  // namespace
+
+StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
+                           const ltp::PropertyBag& properties) {
+  StoredMessage stored{result, {}};
+  Cells& cells = stored.row;
+  cells.emplace_back(tag::kMessageClass,
+                     ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
+  AddFromBag(&cells, properties, tag::kSubject);
+  AddFromBag(&cells, properties, tag::kSenderName);
+  AddString(&cells, tag::kSenderEmail, m.sender_address);
+  AddFromBag(&cells, properties, tag::kBody);
+  cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
+  cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
+  if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
+  std::string display_to;
+  for (size_t i = 0; i < m.recipients.size(); ++i) {
+    if (i > 0) display_to += kDisplayToSeparator;
+    display_to += m.recipients[i].name;
+  }
+  AddString(&cells, tag::kDisplayTo, display_to);
+  return stored;
+}
+
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e) {
+  return {result, OptionalText(e.subject), OptionalText(e.location()), e.start,
+          e.end};
+}
 
 void RecordBlockWriter::WriteAll() {
   WriteFolderRecords();
@@ -90,25 +129,11 @@ std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
   Cells cells;
   const char* message_class = MessageClassOf(r.kind);
   if (*message_class == '\0') return cells;
+  if (r.kind == kContentMessage) return items_.messages.at(r.nid).row;
   cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(message_class));
-  if (r.kind == kContentMessage) {
-    const MessageRecord& m = items_.messages.at(r.nid).record;
-    AddString(&cells, tag::kSubject, m.subject);
-    AddString(&cells, tag::kSenderName, m.sender_name);
-    AddString(&cells, tag::kSenderEmail, m.sender_address);
-    AddString(&cells, tag::kBody, m.body_plain);
-    cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
-    cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
-    if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
-    std::string display_to;
-    for (size_t i = 0; i < m.recipients.size(); ++i) {
-      if (i > 0) display_to += kDisplayToSeparator;
-      display_to += m.recipients[i].name;
-    }
-    AddString(&cells, tag::kDisplayTo, display_to);
-  } else if (r.kind == kContentEvent) {
-    const EventRecord& e = items_.events.at(r.nid).record;
-    AddString(&cells, tag::kSubject, e.subject);
+  if (r.kind == kContentEvent) {
+    const StoredEvent& e = items_.events.at(r.nid);
+    if (e.subject) cells.emplace_back(tag::kSubject, *e.subject);
     const uint16_t start =
         names_->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
     const uint16_t end =
@@ -117,7 +142,9 @@ std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
         names_->GetOrAssign(kPsetidAppointment, dispid::kLocation);
     cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
     cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-    AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
+    if (e.location) {
+      cells.emplace_back(tag::Named(location, tag::kTypeUnicode), *e.location);
+    }
   } else {
     const bool task = r.kind == kContentTask;
     const Guid& set = task ? kPsetidTask : kPsetidLog;

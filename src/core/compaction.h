@@ -11,6 +11,12 @@
 
 namespace virel {
 
+// What close keeps of an added message: `properties` is the bag its
+// serialisation filled, whose converted texts the row reuses.
+StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
+                           const ltp::PropertyBag& properties);
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e);
+
 class RecordBlockWriter {
  public:
   RecordBlockWriter(const FolderRegistry& folders,

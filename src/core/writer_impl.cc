@@ -78,8 +78,10 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     // Serialised before the path is resolved: the message draws its NID
     // ahead of any folder the path creates, and a refused message leaves
     // no folder behind. Its parent is linked once the folder is known.
-    const ItemResult r = serialize_message(m, 0, data_.get(), &nodes_);
-    items_.messages[r.nid] = {r, m};
+    ltp::PropertyBag properties;
+    const ItemResult r =
+        serialize_message(m, 0, data_.get(), &nodes_, &properties);
+    items_.messages[r.nid] = StoreMessage(r, m, properties);
     const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
     LinkToFolder(r.nid, folders_.NidOf(folder));
@@ -98,7 +100,7 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
                                         data_.get(), &nodes_);
   ++events_added_;
   AddContent(folder, r.nid, kContentEvent);
-  items_.events[r.nid] = {r, e};
+  items_.events[r.nid] = StoreEvent(r, e);
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
 }
