@@ -5,7 +5,9 @@
 // Also: checksum and UTF-8 conversion throughput, peak heap per case, and
 // the first file written by a fresh process.
 //   virel_write_gap [--dir DIR] [--rounds N]
+//   virel_write_gap --writer-only CASE | --floor-only CASE [--rounds N]
 // DIR defaults to the current directory; use a real disk, not tmpfs.
+#include <sys/resource.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -15,9 +17,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/writer_impl.h"
@@ -66,6 +68,20 @@ double Seconds(Clock::time_point from) {
   return std::chrono::duration<double>(Clock::now() - from).count();
 }
 
+long MinorFaults() {
+  rusage u{};
+  getrusage(RUSAGE_SELF, &u);
+  return u.ru_minflt;
+}
+
+// User and system CPU seconds of this process so far.
+std::pair<double, double> CpuSeconds() {
+  rusage u{};
+  getrusage(RUSAGE_SELF, &u);
+  return {static_cast<double>(u.ru_utime.tv_sec) + static_cast<double>(u.ru_utime.tv_usec) / 1e6,
+          static_cast<double>(u.ru_stime.tv_sec) + static_cast<double>(u.ru_stime.tv_usec) / 1e6};
+}
+
 double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
   const size_t n = v.size();
@@ -94,49 +110,67 @@ virel::MessageRecord Message(unsigned i, size_t body) {
   return m;
 }
 
-struct Case {
-  const char* name;
-  std::function<void(virel::Virel::Impl&)> fill;
+// One item to add; records are built before any timing starts.
+struct Item {
+  std::string folder;
+  bool is_event = false;
+  virel::MessageRecord message;
+  virel::EventRecord event;
 };
 
+struct Case {
+  const char* name;
+  std::vector<Item> items;
+};
+
+Item MessageItem(const char* folder, virel::MessageRecord m) {
+  Item item;
+  item.folder = folder;
+  item.message = std::move(m);
+  return item;
+}
+
 std::vector<Case> Cases() {
-  std::vector<Case> cases;
-  cases.push_back({"280 small messages, 3 folders", [](virel::Virel::Impl& w) {
-    static const char* const kFolders[] = {"Inbox", "Archive", "Work"};
-    for (unsigned i = 0; i < 280; ++i) w.AddMessage(kFolders[i % 3], Message(i, 1000));
-  }});
-  cases.push_back({"115 messages, 2 recipients", [](virel::Virel::Impl& w) {
-    for (unsigned i = 0; i < 115; ++i) {
-      virel::MessageRecord m = Message(i, 800);
-      m.recipients.push_back({"To Person", "to@example.com", virel::RecipientKind::kTo});
-      m.recipients.push_back({"Cc Person", "cc@example.com", virel::RecipientKind::kCc});
-      w.AddMessage("Inbox", m);
-    }
-  }});
-  cases.push_back({"one 2.5 MB attachment", [](virel::Virel::Impl& w) {
+  std::vector<Case> cases(4);
+  cases[0].name = "280 small messages, 3 folders";
+  static const char* const kFolders[] = {"Inbox", "Archive", "Work"};
+  for (unsigned i = 0; i < 280; ++i) {
+    cases[0].items.push_back(MessageItem(kFolders[i % 3], Message(i, 1000)));
+  }
+  cases[1].name = "115 messages, 2 recipients";
+  for (unsigned i = 0; i < 115; ++i) {
+    virel::MessageRecord m = Message(i, 800);
+    m.recipients.push_back({"To Person", "to@example.com", virel::RecipientKind::kTo});
+    m.recipients.push_back({"Cc Person", "cc@example.com", virel::RecipientKind::kCc});
+    cases[1].items.push_back(MessageItem("Inbox", std::move(m)));
+  }
+  cases[2].name = "one 2.5 MB attachment";
+  {
     virel::MessageRecord m = Message(0, 200);
     Bytes data(2621440);
     for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 131 + (i >> 11));
     m.attachments.push_back({"archive.bin", std::move(data)});
-    w.AddMessage("Inbox", m);
-  }});
-  cases.push_back({"150 events, 50 messages", [](virel::Virel::Impl& w) {
-    for (unsigned i = 0; i < 200; ++i) {
-      if (i % 4 == 3) {
-        w.AddMessage("Inbox", Message(i, 500));
-        continue;
-      }
-      virel::EventRecord e;
-      e.subject = "Event " + std::to_string(i);
-      e.body_plain = Text(300, i);
-      e.third_text = "Room 1";
-      e.start = virel::SecondsToTicks(1700000000 + i * 86400);
-      e.end = e.start + virel::SecondsToTicks(3600);
-      e.organizer_name = "Organizer";
-      e.organizer_address = "org@example.com";
-      w.AddEvent("Calendar", e);
+    cases[2].items.push_back(MessageItem("Inbox", std::move(m)));
+  }
+  cases[3].name = "150 events, 50 messages";
+  for (unsigned i = 0; i < 200; ++i) {
+    if (i % 4 == 3) {
+      cases[3].items.push_back(MessageItem("Inbox", Message(i, 500)));
+      continue;
     }
-  }});
+    Item item;
+    item.folder = "Calendar";
+    item.is_event = true;
+    virel::EventRecord& e = item.event;
+    e.subject = "Event " + std::to_string(i);
+    e.body_plain = Text(300, i);
+    e.third_text = "Room 1";
+    e.start = virel::SecondsToTicks(1700000000 + i * 86400);
+    e.end = e.start + virel::SecondsToTicks(3600);
+    e.organizer_name = "Organizer";
+    e.organizer_address = "org@example.com";
+    cases[3].items.push_back(std::move(item));
+  }
   return cases;
 }
 
@@ -160,7 +194,13 @@ class Recorder : public virel::ndb::IoHook {
 
 void WriteMailbox(const Case& c, const std::string& path) {
   virel::Virel writer(path);
-  c.fill(writer.impl());
+  for (const Item& item : c.items) {
+    if (item.is_event) {
+      writer.impl().AddEvent(item.folder, item.event);
+    } else {
+      writer.impl().AddMessage(item.folder, item.message);
+    }
+  }
   writer.impl().close();
 }
 
@@ -318,17 +358,46 @@ void FreshProcess(const char* self, const std::vector<Case>& cases, const std::s
   std::remove(writer_path.c_str());
 }
 
+// Profiling mode: only the writer, or only the floor, of one case.
+int Repeat(const std::vector<Case>& cases, const std::string& dir, size_t index,
+           int rounds, bool floor) {
+  const std::string path = dir + "/virel_gap_profile.pst";
+  Recorder recorder;
+  virel::ndb::SetIoHook(&recorder);
+  WriteMailbox(cases.at(index), path);
+  virel::ndb::SetIoHook(nullptr);
+  const long faults = MinorFaults();
+  const std::pair<double, double> cpu = CpuSeconds();
+  const auto start = Clock::now();
+  for (int r = 0; r < rounds; ++r) {
+    if (floor) {
+      Replay(recorder.steps, path);
+    } else {
+      WriteMailbox(cases[index], path);
+    }
+  }
+  const std::pair<double, double> used = CpuSeconds();
+  std::printf("%s: %.3f ms wall, %.3f ms user, %.3f ms system, %.0f minor faults per round\n",
+              floor ? "floor" : "writer", Seconds(start) * 1e3 / rounds,
+              (used.first - cpu.first) * 1e3 / rounds, (used.second - cpu.second) * 1e3 / rounds,
+              static_cast<double>(MinorFaults() - faults) / rounds);
+  std::remove(path.c_str());
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   std::string dir = ".";
   int rounds = 31;
-  long first = -1;
+  long first = -1, writer_only = -1, floor_only = -1;
   for (int i = 1; i + 1 < argc; i += 2) {
     const std::string arg = argv[i];
     if (arg == "--dir") dir = argv[i + 1];
     else if (arg == "--rounds") rounds = std::max(1, std::atoi(argv[i + 1]));
     else if (arg == "--first") first = std::atol(argv[i + 1]);
+    else if (arg == "--writer-only") writer_only = std::atol(argv[i + 1]);
+    else if (arg == "--floor-only") floor_only = std::atol(argv[i + 1]);
     else {
       std::fprintf(stderr, "usage: %s [--dir DIR] [--rounds N]\n", argv[0]);
       return 2;
@@ -336,6 +405,8 @@ int main(int argc, char** argv) {
   }
   const std::vector<Case> cases = Cases();
   if (first >= 0) return FirstFile(cases, dir, static_cast<size_t>(first));
+  if (writer_only >= 0) return Repeat(cases, dir, static_cast<size_t>(writer_only), rounds, false);
+  if (floor_only >= 0) return Repeat(cases, dir, static_cast<size_t>(floor_only), rounds, true);
   Gap(cases, dir, rounds);
   Throughput();
   FreshProcess(argv[0], cases, dir);

@@ -1,5 +1,6 @@
 #include "core/compaction.h"
 
+#include <deque>
 #include <optional>
 #include <unordered_set>
 
@@ -78,9 +79,7 @@ void RecordBlockWriter::WriteAll() {
   WriteFolderRecords();
   const std::vector<ndb::ContentListRef> lists = WriteContentLists();
   if (!lists.empty()) Write(ndb::ContentTableIndexPayload(lists));
-  for (const auto& group : CollectGroups()) {
-    Write(ndb::RowBlockPayload(group.first, group.second));
-  }
+  WriteRowBlocks();
 }
 
 ndb::Bref RecordBlockWriter::Write(const Bytes& payload) {
@@ -106,22 +105,31 @@ std::vector<ndb::ContentListRef> RecordBlockWriter::WriteContentLists() {
   return lists;
 }
 
-std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>>
-RecordBlockWriter::CollectGroups() {
-  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> groups;
+void RecordBlockWriter::WriteRowBlocks() {
   std::unordered_set<uint64_t> seen;
   seen.max_load_factor(1.0f);
   seen.rehash(kGroupSetBuckets);
   for (const auto& entry : contents_) {
     if (!seen.insert(entry.first).second) continue;
+    // A message's row is referred to where it is kept; other rows are
+    // built here and live until the group's block is written.
+    std::deque<Cells> built;
     std::vector<ndb::RecordRow> rows;
     for (const ContentRecord& r : entry.second) {
-      Cells cells = RowCells(r);
-      if (!cells.empty()) rows.push_back({r.nid, std::move(cells)});
+      const Cells* cells = StoredRow(r);
+      if (cells == nullptr) {
+        built.push_back(RowCells(r));
+        cells = &built.back();
+      }
+      if (!cells->empty()) rows.push_back({r.nid, cells});
     }
-    groups.emplace_back(entry.first, std::move(rows));
+    Write(ndb::RowBlockPayload(entry.first, rows));
   }
-  return groups;
+}
+
+const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
+  if (r.kind != kContentMessage) return nullptr;
+  return &items_.messages.at(r.nid).row;
 }
 
 std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(

@@ -33,7 +33,10 @@ class RecordBlockWriter {
  private:
   void WriteFolderRecords();
   std::vector<ndb::ContentListRef> WriteContentLists();
-  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> CollectGroups();
+  // One row block per folder with contents, in the order of the map.
+  void WriteRowBlocks();
+  // A message's row as kept since it was added; null for other kinds.
+  const ItemRowCells* StoredRow(const ContentRecord& r) const;
   ndb::Bref Write(const Bytes& payload);
 
   const FolderRegistry& folders_;

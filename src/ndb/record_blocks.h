@@ -37,9 +37,13 @@ struct ContentListRef {
 // Index over the content list blocks, in the order given.
 Bytes ContentTableIndexPayload(const std::vector<ContentListRef>& lists);
 
+using RecordCells = std::vector<std::pair<uint32_t, Bytes>>;  // (key, value)
+
+// A row refers to its cells, which the caller keeps until the payload is
+// built, so no cell is copied on the way.
 struct RecordRow {
   uint64_t id;
-  std::vector<std::pair<uint32_t, Bytes>> cells;  // (key, value bytes)
+  const RecordCells* cells;
 };
 
 // One group of rows under a 64-bit key.
