@@ -123,7 +123,9 @@ void RecordBlockWriter::WriteRowBlocks() {
       }
       if (!cells->empty()) rows.push_back({r.nid, cells});
     }
-    Write(ndb::RowBlockPayload(entry.first, rows));
+    // Internal BIDs, encoded like node data; built in the block itself.
+    writer_->WriteBlock(ndb::RowBlockSize(rows), true, true,
+                        [&](uint8_t* out) { ndb::PutRowBlock(out, entry.first, rows); });
   }
 }
 

@@ -26,15 +26,29 @@ Bytes XBlockPayload(uint8_t level, const std::vector<uint64_t>& bids,
 
 }  // namespace
 
-Bref DataWriter::WriteBlock(const uint8_t* payload, size_t size, bool internal,
-                            bool encode) {
+Bref DataWriter::Place(size_t size, bool internal) {
   const uint64_t bid = registry_->NextBid(internal);
   const uint64_t handle = allocator_->Allocate(BlockSize(size), kBlockAlignment);
-  const uint64_t ib = allocator_->OffsetOf(handle);
-  const Bytes& block = builder_.Build(payload, size, bid, ib, encode);
-  store_->WriteAt(ib, block.data(), block.size());
-  registry_->RegisterBlock(bid, ib, size);
-  return {bid, ib};
+  return {bid, allocator_->OffsetOf(handle)};
+}
+
+Bref DataWriter::Store(const Bref& at, BlockBuilder::Image image, size_t size) {
+  store_->WriteAt(at.ib, image.data, image.size);
+  registry_->RegisterBlock(at.bid, at.ib, size);
+  return at;
+}
+
+Bref DataWriter::WriteBlock(const uint8_t* payload, size_t size, bool internal,
+                            bool encode) {
+  const Bref at = Place(size, internal);
+  return Store(at, builder_.Build(payload, size, at.bid, at.ib, encode), size);
+}
+
+Bref DataWriter::WriteBlock(size_t size, bool internal, bool encode,
+                            const std::function<void(uint8_t*)>& fill) {
+  const Bref at = Place(size, internal);
+  fill(builder_.Start(size));
+  return Store(at, builder_.Finish(at.bid, at.ib, encode), size);
 }
 
 uint64_t DataWriter::WriteData(const Bytes& data, bool internal) {

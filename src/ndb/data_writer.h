@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "core/coding.h"
 #include "ndb/block.h"
@@ -34,9 +35,15 @@ class DataWriter {
   }
   Bref WriteBlock(const uint8_t* payload, size_t size, bool internal,
                   bool encode);
+  // A block whose `size` payload bytes `fill` writes straight into place.
+  Bref WriteBlock(size_t size, bool internal, bool encode,
+                  const std::function<void(uint8_t*)>& fill);
 
  private:
   uint64_t WriteTree(const Bytes& data);
+  // A new BID and the space for a block of `size` payload bytes.
+  Bref Place(size_t size, bool internal);
+  Bref Store(const Bref& at, BlockBuilder::Image image, size_t size);
 
   BlockAllocator* allocator_;
   FileStore* store_;

@@ -1,8 +1,14 @@
 #include "ndb/record_blocks.h"
 
+#include <cstring>
+
 namespace virel {
 namespace ndb {
 namespace {
+constexpr size_t kRowBlockHeaderSize = 16;  // magic, key, row count
+constexpr size_t kRowHeaderSize = 12;       // identifier, cell count
+constexpr size_t kCellHeaderSize = 8;       // key, value length
+
 void PutMagic(Bytes* out, const char* magic) { PutBytes(out, magic, 4); }
 }  // namespace
 
@@ -33,6 +39,7 @@ Bytes ContentListPayload(uint64_t folder_id,
 
 Bytes ContentTableIndexPayload(const std::vector<ContentListRef>& lists) {
   Bytes out;
+  out.reserve(8 + 16 * lists.size());
   PutMagic(&out, kContentTableMagic);
   PutFixed32(&out, static_cast<uint32_t>(lists.size()));
   for (const ContentListRef& l : lists) {
@@ -42,27 +49,37 @@ Bytes ContentTableIndexPayload(const std::vector<ContentListRef>& lists) {
   return out;
 }
 
-Bytes RowBlockPayload(uint64_t key, const std::vector<RecordRow>& rows) {
-  // Sized once: a folder's rows carry its items' bodies.
-  size_t size = 16;
+size_t RowBlockSize(const std::vector<RecordRow>& rows) {
+  size_t size = kRowBlockHeaderSize;
   for (const RecordRow& row : rows) {
-    size += 12;
-    for (const auto& cell : *row.cells) size += 8 + cell.second.size();
+    size += kRowHeaderSize;
+    for (const auto& cell : *row.cells) size += kCellHeaderSize + cell.second.size();
   }
-  Bytes out;
-  out.reserve(size);
-  PutMagic(&out, kRowBlockMagic);
-  PutFixed64(&out, key);
-  PutFixed32(&out, static_cast<uint32_t>(rows.size()));
+  return size;
+}
+
+void PutRowBlock(uint8_t* out, uint64_t key, const std::vector<RecordRow>& rows) {
+  std::memcpy(out, kRowBlockMagic, 4);
+  EncodeFixed64(out + 4, key);
+  EncodeFixed32(out + 12, static_cast<uint32_t>(rows.size()));
+  out += kRowBlockHeaderSize;
   for (const RecordRow& row : rows) {
-    PutFixed64(&out, row.id);
-    PutFixed32(&out, static_cast<uint32_t>(row.cells->size()));
+    EncodeFixed64(out, row.id);
+    EncodeFixed32(out + 8, static_cast<uint32_t>(row.cells->size()));
+    out += kRowHeaderSize;
     for (const auto& cell : *row.cells) {
-      PutFixed32(&out, cell.first);
-      PutFixed32(&out, static_cast<uint32_t>(cell.second.size()));
-      PutBytes(&out, cell.second);
+      EncodeFixed32(out, cell.first);
+      EncodeFixed32(out + 4, static_cast<uint32_t>(cell.second.size()));
+      out += kCellHeaderSize;
+      if (!cell.second.empty()) std::memcpy(out, cell.second.data(), cell.second.size());
+      out += cell.second.size();
     }
   }
+}
+
+Bytes RowBlockPayload(uint64_t key, const std::vector<RecordRow>& rows) {
+  Bytes out(RowBlockSize(rows));
+  PutRowBlock(out.data(), key, rows);
   return out;
 }
 

@@ -46,7 +46,10 @@ struct RecordRow {
   const RecordCells* cells;
 };
 
-// One group of rows under a 64-bit key.
+// One group of rows under a 64-bit key: its size, the bytes written to
+// `out` (which has room for that size), and the same as a byte array.
+size_t RowBlockSize(const std::vector<RecordRow>& rows);
+void PutRowBlock(uint8_t* out, uint64_t key, const std::vector<RecordRow>& rows);
 Bytes RowBlockPayload(uint64_t key, const std::vector<RecordRow>& rows);
 
 }  // namespace ndb
