@@ -5,11 +5,11 @@
 namespace virel {
 namespace ndb {
 namespace {
+constexpr size_t kIndexHeaderSize = 8;      // magic, entry count
+constexpr size_t kIndexEntrySize = 16;      // folder ID, offset
 constexpr size_t kRowBlockHeaderSize = 16;  // magic, key, row count
 constexpr size_t kRowHeaderSize = 12;       // identifier, cell count
 constexpr size_t kCellHeaderSize = 8;       // key, value length
-
-void PutMagic(Bytes* out, const char* magic) { PutBytes(out, magic, 4); }
 }  // namespace
 
 Bytes FolderRecordPayload(uint64_t folder_id, uint64_t parent_id,
@@ -38,13 +38,14 @@ Bytes ContentListPayload(uint64_t folder_id,
 }
 
 Bytes ContentTableIndexPayload(const std::vector<ContentListRef>& lists) {
-  Bytes out;
-  out.reserve(8 + 16 * lists.size());
-  PutMagic(&out, kContentTableMagic);
-  PutFixed32(&out, static_cast<uint32_t>(lists.size()));
+  Bytes out(kIndexHeaderSize + kIndexEntrySize * lists.size());
+  std::memcpy(out.data(), kContentTableMagic, 4);
+  EncodeFixed32(out.data() + 4, static_cast<uint32_t>(lists.size()));
+  uint8_t* p = out.data() + kIndexHeaderSize;
   for (const ContentListRef& l : lists) {
-    PutFixed64(&out, l.folder_id);
-    PutFixed64(&out, l.ib);
+    EncodeFixed64(p, l.folder_id);
+    EncodeFixed64(p + 8, l.ib);
+    p += kIndexEntrySize;
   }
   return out;
 }
