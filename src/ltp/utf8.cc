@@ -28,6 +28,12 @@ class UnitWriter {
  public:
   explicit UnitWriter(size_t max_units) : out_(2 * max_units), p_(out_.data()) {}
 
+  // Eight ASCII bytes, each widened to a code unit.
+  void Ascii8(uint64_t bytes) {
+    Spread4(bytes & 0xFFFFFFFFu);
+    Spread4(bytes >> 32);
+  }
+
   void Unit(uint16_t u) {
     EncodeFixed16(p_, u);
     p_ += 2;
@@ -49,6 +55,14 @@ class UnitWriter {
   }
 
  private:
+  // Four bytes (the low ones of `v`) as four code units.
+  void Spread4(uint64_t v) {
+    v = (v | (v << 16)) & 0x0000FFFF0000FFFFull;
+    v = (v | (v << 8)) & 0x00FF00FF00FF00FFull;
+    EncodeFixed64(p_, v);
+    p_ += 8;
+  }
+
   Bytes out_;
   uint8_t* p_;
 };
@@ -151,8 +165,12 @@ Bytes Utf8ToUtf16(const std::string& utf8) {
   const uint8_t* in = reinterpret_cast<const uint8_t*>(utf8.data());
   const size_t size = utf8.size();
   UnitWriter out(size);
+  constexpr uint64_t kHighBits = 0x8080808080808080ull;
   for (size_t pos = 0; pos < size;) {
-    if (in[pos] < kContinuationTag) {
+    if (size - pos >= 8 && (DecodeFixed64(in + pos) & kHighBits) == 0) {
+      out.Ascii8(DecodeFixed64(in + pos));
+      pos += 8;
+    } else if (in[pos] < kContinuationTag) {
       out.Unit(in[pos++]);
     } else {
       pos += DecodeOne(in, size, pos, &out);
