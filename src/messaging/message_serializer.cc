@@ -43,16 +43,15 @@ ltp::PropertyBag MessageProperties(const MessageRecord& m) {
   ltp::PropertyBag bag;
   bag.SetString(tag::kMessageClass, kMessageClassNote);
   if (!m.subject.empty()) {
-    bag.SetString(tag::kSubject, m.subject);
-    bag.SetBytes(tag::kNormalizedSubject, *bag.Find(tag::kSubject));
+    bag.SetBytes(tag::kNormalizedSubject, bag.SetString(tag::kSubject, m.subject));
   }
   if (!m.body_plain.empty()) bag.SetString(tag::kBody, m.body_plain);
   if (!m.body_html().empty()) {
     bag.SetBytes(tag::kBodyHtml, Bytes(m.body_html().begin(), m.body_html().end()));
   }
   if (!m.sender_name.empty()) {
-    bag.SetString(tag::kSenderName, m.sender_name);
-    bag.SetBytes(tag::kSentRepresentingName, *bag.Find(tag::kSenderName));
+    bag.SetBytes(tag::kSentRepresentingName,
+                 bag.SetString(tag::kSenderName, m.sender_name));
   }
   return bag;
 }
