@@ -7,28 +7,9 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "../windows/sample_texts.h"
 #include "virel.h"
 
-static int failures = 0;
-
-static void expect(uint64_t nid, const char* what) {
-  if (nid == 0) {
-    fprintf(stderr, "failed: %s\n", what);
-    ++failures;
-  }
-}
-
-static const char* const kTexts[] = {
-    "plain ASCII",
-    "caf\xC3\xA9 \xE2\x82\xAC 5 \xF0\x9F\x98\x80 \xE4\xB8\xAD\xE6\x96\x87",
-    "truncated at the end \xF0\x9F\x98",
-    "stray \x80 continuation and \xFF never-valid byte",
-    "overlong \xC0\xAF and \xE0\x80\xAF, surrogate \xED\xA0\x80, past max \xF4\x90\x80\x80",
-    "cut \xE2\x82 short then ASCII",
-    "lead at the end \xE1",
-    "",
-};
-#define TEXT_COUNT (sizeof kTexts / sizeof kTexts[0])
 
 static const int64_t kBaseTime = 1700000000;
 
@@ -80,36 +61,37 @@ static void add_message(virel_writer* w, const char* folder, unsigned i,
     snprintf(address, sizeof address, "r%u.%d@example.com", i, r);
     virel_message_add_recipient(m, name, address, r % 3 + 1);
   }
-  expect(virel_writer_add_message(w, folder, m), subject);
+  expect_nid(virel_writer_add_message(w, folder, m), subject);
   virel_destroy_message(m);
 }
 
-/* Small messages spread over three folders. */
-static void small_messages(const char* dir) {
-  static const char* const kFolders[] = {"Inbox", "Archive", "Work/Reports"};
-  virel_writer* w = open_writer(dir, "small.pst");
-  char* body = body_text(1000, 3);
+/* Messages with a body of `body_size` bytes, spread over the folders in
+ * turn, with up to `max_recipients` recipients (none when 0). */
+struct MessageSet {
+  const char* file;
+  const char* folders[3];
+  unsigned folder_count;
+  unsigned count;
+  size_t body_size;
+  unsigned body_seed;
+  const char* subject;
+  unsigned max_recipients;
+};
+
+static void messages(const char* dir, const struct MessageSet* set) {
+  virel_writer* w = open_writer(dir, set->file);
+  char* body = body_text(set->body_size, set->body_seed);
   unsigned i;
   /* Folders exist before their messages: the order in which a message and
    * the folders its path creates draw node IDs is not what this checks. */
-  for (i = 1; i < 3; ++i) expect(virel_create_folder(w, kFolders[i]), kFolders[i]);
-  for (i = 0; i < 90; ++i) {
-    char subject[64];
-    snprintf(subject, sizeof subject, "Small message %u", i);
-    add_message(w, kFolders[i % 3], i, subject, body, 0);
+  for (i = 1; i < set->folder_count; ++i) {
+    expect_nid(virel_create_folder(w, set->folders[i]), set->folders[i]);
   }
-  free(body);
-  finish(w);
-}
-
-static void with_recipients(const char* dir) {
-  virel_writer* w = open_writer(dir, "recipients.pst");
-  char* body = body_text(600, 5);
-  unsigned i;
-  for (i = 0; i < 40; ++i) {
+  for (i = 0; i < set->count; ++i) {
     char subject[64];
-    snprintf(subject, sizeof subject, "Message with recipients %u", i);
-    add_message(w, i % 2 ? "Inbox" : "Sent Items", i, subject, body, 1 + (int)(i % 4));
+    snprintf(subject, sizeof subject, "%s %u", set->subject, i);
+    add_message(w, set->folders[i % set->folder_count], i, subject, body,
+                set->max_recipients ? 1 + (int)(i % set->max_recipients) : 0);
   }
   free(body);
   finish(w);
@@ -123,18 +105,18 @@ static void attachments(const char* dir, const char* name,
   size_t k;
   for (k = 0; k < count; ++k) {
     unsigned char* data = malloc(sizes[k]);
-    char subject[64], name[32];
+    char subject[64], file_name[32];
     virel_message* m = virel_create_message();
     if (data == NULL || m == NULL) exit(1);
     fill(data, sizes[k], (unsigned)k);
     snprintf(subject, sizeof subject, "Attachment of %u bytes", (unsigned)sizes[k]);
-    snprintf(name, sizeof name, "file%u.bin", (unsigned)k);
+    snprintf(file_name, sizeof file_name, "file%u.bin", (unsigned)k);
     virel_message_set_subject(m, subject);
     virel_message_set_time(m, kBaseTime + (int64_t)k);
     virel_message_add_recipient(m, "To", "to@example.com", 1);
-    virel_message_add_attachment(m, name, data, sizes[k]);
+    virel_message_add_attachment(m, file_name, data, sizes[k]);
     if (k == 3) virel_message_add_attachment(m, NULL, data, 500);
-    expect(virel_writer_add_message(w, "Inbox", m), subject);
+    expect_nid(virel_writer_add_message(w, "Inbox", m), subject);
     virel_destroy_message(m);
     free(data);
   }
@@ -161,7 +143,7 @@ static void events(const char* dir) {
     virel_event_set_organizer(e, "Organizer", "org@example.com");
     virel_event_add_attendee(e, "Attendee", "att@example.com", 1);
     if (i % 3 == 0) virel_event_set_recurrence_weekly(e, 1, 0x2A);
-    expect(virel_writer_add_event(w, i % 4 ? NULL : "Team Calendar", e), subject);
+    expect_nid(virel_writer_add_event(w, i % 4 ? NULL : "Team Calendar", e), subject);
     virel_destroy_event(e);
     if (i % 4 == 1) {
       char text[32];
@@ -180,7 +162,7 @@ static void many_folders(const char* dir) {
   for (i = 0; i < 24; ++i) {
     char path[96];
     snprintf(path, sizeof path, "Top %u/Leaf %u", i % 4, i);
-    expect(virel_create_folder(w, path), path);
+    expect_nid(virel_create_folder(w, path), path);
     if (i % 6 == 0) add_message(w, path, i, path, "in a deep folder", 1);
   }
   finish(w);
@@ -197,7 +179,7 @@ static void utf8_texts(const char* dir) {
     virel_message* m = virel_create_message();
     if (m == NULL) exit(1);
     snprintf(folder, sizeof folder, "Folder %u %s", i, kTexts[i]);
-    expect(virel_create_folder(w, folder), folder);
+    expect_nid(virel_create_folder(w, folder), folder);
     virel_message_set_subject(m, kTexts[i]);
     virel_message_set_body_plain(m, kTexts[j]);
     virel_message_set_body_html(m, kTexts[i]);
@@ -206,7 +188,7 @@ static void utf8_texts(const char* dir) {
     virel_message_add_recipient(m, kTexts[i], kTexts[j], 2);
     fill(data, sizeof data, i);
     virel_message_add_attachment(m, kTexts[i], data, sizeof data);
-    expect(virel_writer_add_message(w, folder, m), "utf8 message");
+    expect_nid(virel_writer_add_message(w, folder, m), "utf8 message");
     virel_destroy_message(m);
   }
   finish(w);
@@ -217,8 +199,15 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: virel_fixed_mailboxes DIRECTORY\n");
     return 2;
   }
-  small_messages(argv[1]);
-  with_recipients(argv[1]);
+  {
+    static const struct MessageSet kSmall = {
+        "small.pst", {"Inbox", "Archive", "Work/Reports"}, 3, 90, 1000, 3, "Small message", 0};
+    static const struct MessageSet kRecipients = {
+        "recipients.pst", {"Sent Items", "Inbox", NULL}, 2, 40, 600, 5,
+        "Message with recipients", 4};
+    messages(argv[1], &kSmall);
+    messages(argv[1], &kRecipients);
+  }
   {
     static const size_t kSmall[] = {1, 8176, 8177, 70000, 300000};
     static const size_t kLarge[] = {2621440};
