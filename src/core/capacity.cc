@@ -173,7 +173,7 @@ Fit Virel::Impl::CheckMessage(const std::string& folder_path,
   CloseForecast forecast(folders_, contents_, row_bytes_, names_);
   forecast.File(forecast.Resolve(folder_path), kContentMessage,
                 item.block_count(), counter.written_bytes(),
-                RowSize(MessageRowCells(m)));
+                RowSize(MessageRowCells(m, nullptr)));
   return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
 }
 
@@ -192,7 +192,7 @@ Fit Virel::Impl::CheckEvent(const std::string& folder_path,
   }
   forecast.File(folder, kContentEvent, item.block_count(),
                 counter.written_bytes(),
-                RowSize(EventRowCells(e, forecast.names())));
+                RowSize(EventRowCells(StoreEvent({}, e), forecast.names())));
   forecast.SetContainerClass(folder, kCalendarContainerClass);
   return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
 }

@@ -16,25 +16,28 @@ inline void EncodeFixed16(uint8_t* dst, uint16_t v) {
   dst[0] = static_cast<uint8_t>(v);
   dst[1] = static_cast<uint8_t>(v >> 8);
 }
+// Written out byte by byte, as compilers turn into one load or store.
 inline void EncodeFixed32(uint8_t* dst, uint32_t v) {
-  for (int i = 0; i < 4; ++i) dst[i] = static_cast<uint8_t>(v >> (8 * i));
+  dst[0] = static_cast<uint8_t>(v);
+  dst[1] = static_cast<uint8_t>(v >> 8);
+  dst[2] = static_cast<uint8_t>(v >> 16);
+  dst[3] = static_cast<uint8_t>(v >> 24);
 }
 inline void EncodeFixed64(uint8_t* dst, uint64_t v) {
-  for (int i = 0; i < 8; ++i) dst[i] = static_cast<uint8_t>(v >> (8 * i));
+  EncodeFixed32(dst, static_cast<uint32_t>(v));
+  EncodeFixed32(dst + 4, static_cast<uint32_t>(v >> 32));
 }
 
 inline uint16_t DecodeFixed16(const uint8_t* p) {
   return static_cast<uint16_t>(p[0] | (p[1] << 8));
 }
 inline uint32_t DecodeFixed32(const uint8_t* p) {
-  uint32_t v = 0;
-  for (int i = 3; i >= 0; --i) v = (v << 8) | p[i];
-  return v;
+  return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+         (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
 }
 inline uint64_t DecodeFixed64(const uint8_t* p) {
-  uint64_t v = 0;
-  for (int i = 7; i >= 0; --i) v = (v << 8) | p[i];
-  return v;
+  return static_cast<uint64_t>(DecodeFixed32(p)) |
+         (static_cast<uint64_t>(DecodeFixed32(p + 4)) << 32);
 }
 
 // Fresh little-endian byte vectors of one value.

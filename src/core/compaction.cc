@@ -1,5 +1,7 @@
 #include "core/compaction.h"
 
+#include <deque>
+#include <optional>
 #include <unordered_set>
 
 #include "ltp/utf8.h"
@@ -9,7 +11,7 @@
 namespace virel {
 namespace {
 
-using Cells = std::vector<std::pair<uint32_t, Bytes>>;
+using Cells = ItemRowCells;
 
 constexpr uint32_t kMessageFlagRead = 1;
 constexpr size_t kGroupSetBuckets = 8;
@@ -29,19 +31,38 @@ void AddString(Cells* cells, uint32_t t, const std::string& s) {
   if (!s.empty()) cells->emplace_back(t, ltp::Utf8ToUtf16(s));
 }
 
+// The converted text, or nothing for an empty one.
+std::optional<Bytes> OptionalText(const std::string& s) {
+  if (s.empty()) return std::nullopt;
+  return ltp::Utf8ToUtf16(s);
+}
+
+// A cell with the bag's value of `t` when the bag has it.
+void AddFromBag(Cells* cells, const ltp::PropertyBag& bag, uint32_t t) {
+  if (const Bytes* value = bag.Find(t)) cells->emplace_back(t, *value);
+}
+
 Bytes ZeroValue(uint16_t type) {
   return Bytes(type == tag::kTypeSysTime ? 8 : 4, 0);
 }
 
 }  // namespace
 
+StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
+                           const ltp::PropertyBag& properties) {
+  return {result, MessageRowCells(m, &properties)};
+}
+
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e) {
+  return {result, OptionalText(e.subject), OptionalText(e.location()), e.start,
+          e.end};
+}
+
 void RecordBlockWriter::WriteAll() {
   WriteFolderRecords();
   const std::vector<ndb::ContentListRef> lists = WriteContentLists();
   if (!lists.empty()) Write(ndb::ContentTableIndexPayload(lists));
-  for (const auto& group : CollectGroups()) {
-    Write(ndb::RowBlockPayload(group.first, group.second));
-  }
+  WriteRowBlocks();
 }
 
 ndb::Bref RecordBlockWriter::Write(const Bytes& payload) {
@@ -67,31 +88,51 @@ std::vector<ndb::ContentListRef> RecordBlockWriter::WriteContentLists() {
   return lists;
 }
 
-std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>>
-RecordBlockWriter::CollectGroups() {
-  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> groups;
+void RecordBlockWriter::WriteRowBlocks() {
   std::unordered_set<uint64_t> seen;
   seen.max_load_factor(1.0f);
   seen.rehash(kGroupSetBuckets);
   for (const auto& entry : contents_) {
     if (!seen.insert(entry.first).second) continue;
+    // A message's row is referred to where it is kept; other rows are
+    // built here and live until the group's block is written.
+    std::deque<Cells> built;
     std::vector<ndb::RecordRow> rows;
     for (const ContentRecord& r : entry.second) {
-      Cells cells = RowCells(r);
-      if (!cells.empty()) rows.push_back({r.nid, std::move(cells)});
+      const Cells* cells = StoredRow(r);
+      if (cells == nullptr) {
+        built.push_back(RowCells(r));
+        cells = &built.back();
+      }
+      if (!cells->empty()) rows.push_back({r.nid, cells});
     }
-    groups.emplace_back(entry.first, std::move(rows));
+    // Internal BIDs, encoded like node data; built in the block itself.
+    writer_->WriteBlock(ndb::RowBlockSize(rows), true, true,
+                        [&](uint8_t* out) { ndb::PutRowBlock(out, entry.first, rows); });
   }
-  return groups;
 }
 
-Cells MessageRowCells(const MessageRecord& m) {
+const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
+  if (r.kind != kContentMessage) return nullptr;
+  return &items_.messages.at(r.nid).row;
+}
+
+Cells MessageRowCells(const MessageRecord& m, const ltp::PropertyBag* properties) {
+  // A text the bag holds was converted when the message was serialised.
+  auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
+    if (properties != nullptr) {
+      AddFromBag(cells, *properties, t);
+    } else {
+      AddString(cells, t, s);
+    }
+  };
   Cells cells;
-  cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
-  AddString(&cells, tag::kSubject, m.subject);
-  AddString(&cells, tag::kSenderName, m.sender_name);
+  cells.emplace_back(tag::kMessageClass,
+                     ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
+  add_text(&cells, tag::kSubject, m.subject);
+  add_text(&cells, tag::kSenderName, m.sender_name);
   AddString(&cells, tag::kSenderEmail, m.sender_address);
-  AddString(&cells, tag::kBody, m.body_plain);
+  add_text(&cells, tag::kBody, m.body_plain);
   cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
   cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
   if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
@@ -104,10 +145,11 @@ Cells MessageRowCells(const MessageRecord& m) {
   return cells;
 }
 
-Cells EventRowCells(const EventRecord& e, NamedPropertyMap* names) {
+Cells EventRowCells(const StoredEvent& e, NamedPropertyMap* names) {
   Cells cells;
-  cells.emplace_back(tag::kMessageClass, ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
-  AddString(&cells, tag::kSubject, e.subject);
+  cells.emplace_back(tag::kMessageClass,
+                     ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
+  if (e.subject) cells.emplace_back(tag::kSubject, *e.subject);
   const uint16_t start =
       names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
   const uint16_t end =
@@ -116,22 +158,18 @@ Cells EventRowCells(const EventRecord& e, NamedPropertyMap* names) {
       names->GetOrAssign(kPsetidAppointment, dispid::kLocation);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
   cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-  AddString(&cells, tag::Named(location, tag::kTypeUnicode), e.location());
+  if (e.location) {
+    cells.emplace_back(tag::Named(location, tag::kTypeUnicode), *e.location);
+  }
   return cells;
 }
 
-size_t RowSize(const Cells& cells) {
-  return ndb::RecordRowBytes({0, cells}).size();
-}
+size_t RowSize(const Cells& cells) { return ndb::RecordRowSize(cells); }
 
 std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
     const ContentRecord& r) {
-  if (r.kind == kContentMessage) {
-    return MessageRowCells(items_.messages.at(r.nid).record);
-  }
-  if (r.kind == kContentEvent) {
-    return EventRowCells(items_.events.at(r.nid).record, names_);
-  }
+  if (r.kind == kContentMessage) return items_.messages.at(r.nid).row;
+  if (r.kind == kContentEvent) return EventRowCells(items_.events.at(r.nid), names_);
   Cells cells;
   const char* message_class = MessageClassOf(r.kind);
   if (*message_class == '\0') return cells;

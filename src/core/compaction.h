@@ -11,13 +11,20 @@
 
 namespace virel {
 
-using RowCellList = std::vector<std::pair<uint32_t, Bytes>>;
+// What close keeps of an added message: `properties` is the bag its
+// serialisation filled, whose converted texts the row reuses.
+StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
+                           const ltp::PropertyBag& properties);
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e);
 
-// The cells of a message's and an event's row.
-RowCellList MessageRowCells(const MessageRecord& m);
-RowCellList EventRowCells(const EventRecord& e, NamedPropertyMap* names);
+// The cells of a message's row; texts come from `properties` when given,
+// else they are converted here.
+ItemRowCells MessageRowCells(const MessageRecord& m,
+                             const ltp::PropertyBag* properties);
+// The cells of an event's row; assigns its named properties if needed.
+ItemRowCells EventRowCells(const StoredEvent& e, NamedPropertyMap* names);
 // Bytes an item's row adds to its folder's row block.
-size_t RowSize(const RowCellList& cells);
+size_t RowSize(const ItemRowCells& cells);
 
 class RecordBlockWriter {
  public:
@@ -35,7 +42,10 @@ class RecordBlockWriter {
  private:
   void WriteFolderRecords();
   std::vector<ndb::ContentListRef> WriteContentLists();
-  std::vector<std::pair<uint64_t, std::vector<ndb::RecordRow>>> CollectGroups();
+  // One row block per folder with contents, in the order of the map.
+  void WriteRowBlocks();
+  // A message's row as kept since it was added; null for other kinds.
+  const ItemRowCells* StoredRow(const ContentRecord& r) const;
   ndb::Bref Write(const Bytes& payload);
 
   const FolderRegistry& folders_;

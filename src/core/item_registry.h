@@ -1,24 +1,35 @@
-// Items added to a writer: the serialisation result and a copy of the
-// record, kept by NID until close.
+// What close needs of each added item: its node's results and its
+// contents-table row, whose texts are converted once when the item is
+// added. Neither the record nor its attachment bytes are kept.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
+#include "core/coding.h"
 #include "messaging/event_serializer.h"
 #include "messaging/message_serializer.h"
-#include "messaging/records.h"
 
 namespace virel {
 
+// Tag and UTF-16LE or fixed-width value of one row cell, in row order.
+using ItemRowCells = std::vector<std::pair<uint32_t, Bytes>>;
+
 struct StoredMessage {
   ItemResult result;
-  MessageRecord record;
+  ItemRowCells row;  // complete: a message's cells name no named property
 };
 
+// An event's cells need named-property tags, which are looked up at close.
 struct StoredEvent {
   EventResult result;
-  EventRecord record;
+  std::optional<Bytes> subject;   // absent when the text was empty
+  std::optional<Bytes> location;
+  int64_t start = 0;
+  int64_t end = 0;
 };
 
 struct ItemRegistry {

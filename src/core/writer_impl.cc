@@ -78,11 +78,14 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     // Serialised before the path is resolved: the message draws its NID
     // ahead of any folder the path creates, and a refused message leaves
     // no folder behind. Its parent is linked once the folder is known.
-    const ItemResult r = serialize_message(m, 0, data_.get(), &nodes_);
-    items_.messages[r.nid] = {r, m};
+    ltp::PropertyBag properties;
+    const ItemResult r =
+        serialize_message(m, 0, data_.get(), &nodes_, &properties);
+    const StoredMessage& stored =
+        items_.messages[r.nid] = StoreMessage(r, m, properties);
     const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
-    row_bytes_[folder] += RowSize(MessageRowCells(m));
+    row_bytes_[folder] += RowSize(stored.row);
     LinkToFolder(r.nid, folders_.NidOf(folder));
     ++messages_added_;
     return r.nid;
@@ -99,8 +102,8 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
                                         data_.get(), &nodes_);
   ++events_added_;
   AddContent(folder, r.nid, kContentEvent);
-  row_bytes_[folder] += RowSize(EventRowCells(e, &names_));
-  items_.events[r.nid] = {r, e};
+  const StoredEvent& stored = items_.events[r.nid] = StoreEvent(r, e);
+  row_bytes_[folder] += RowSize(EventRowCells(stored, &names_));
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
 }

@@ -24,8 +24,9 @@ void PropertyBag::SetInt64(uint32_t tag, uint64_t value) {
   SetBytes(tag, std::move(encoded));
 }
 
-void PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
+const Bytes& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
   SetBytes(tag, Utf8ToUtf16(utf8));
+  return *Find(tag);
 }
 
 const Bytes* PropertyBag::Find(uint32_t tag) const {

@@ -20,7 +20,8 @@ class PropertyBag {
   void SetInt32(uint32_t tag, uint32_t value);  // 4 bytes little-endian
   void SetInt64(uint32_t tag, uint64_t value);  // 8 bytes little-endian
   // UTF-16LE without terminator; empty or rejected text stores 0 bytes.
-  void SetString(uint32_t tag, const std::string& utf8);
+  // Returns the stored value, for a second tag that carries the same text.
+  const Bytes& SetString(uint32_t tag, const std::string& utf8);
 
   // Null when the tag is not set.
   const Bytes* Find(uint32_t tag) const;

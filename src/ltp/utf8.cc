@@ -1,6 +1,7 @@
 #include "ltp/utf8.h"
 
 #include <cstdint>
+#include <utility>
 
 #ifdef _WIN32
 #include <climits>
@@ -21,17 +22,50 @@ constexpr uint8_t kContinuationTag = 0x80;
 constexpr uint8_t kContinuationPayload = 0x3F;
 constexpr int kContinuationBits = 6;
 
-void PutCodePoint(Bytes* out, uint32_t cp) {
-  if (cp < kFirstSupplementary) {
-    PutFixed16(out, static_cast<uint16_t>(cp));
-    return;
+// Stores code units into a buffer sized for the worst case: every input
+// byte gives at most one code unit (a four-byte sequence gives two).
+class UnitWriter {
+ public:
+  explicit UnitWriter(size_t max_units) : out_(2 * max_units), p_(out_.data()) {}
+
+  // Eight ASCII bytes, each widened to a code unit.
+  void Ascii8(uint64_t bytes) {
+    Spread4(bytes & 0xFFFFFFFFu);
+    Spread4(bytes >> 32);
   }
-  const uint32_t offset = cp - kFirstSupplementary;
-  PutFixed16(out, static_cast<uint16_t>(kHighSurrogateBase +
-                                        (offset >> kSurrogateBits)));
-  PutFixed16(out, static_cast<uint16_t>(kLowSurrogateBase +
-                                        (cp & kLowSurrogateMask)));
-}
+
+  void Unit(uint16_t u) {
+    EncodeFixed16(p_, u);
+    p_ += 2;
+  }
+
+  void CodePoint(uint32_t cp) {
+    if (cp < kFirstSupplementary) {
+      Unit(static_cast<uint16_t>(cp));
+      return;
+    }
+    const uint32_t offset = cp - kFirstSupplementary;
+    Unit(static_cast<uint16_t>(kHighSurrogateBase + (offset >> kSurrogateBits)));
+    Unit(static_cast<uint16_t>(kLowSurrogateBase + (cp & kLowSurrogateMask)));
+  }
+
+  Bytes Finish() {
+    out_.resize(static_cast<size_t>(p_ - out_.data()));
+    return std::move(out_);
+  }
+
+ private:
+  // Four bytes (the low ones of `v`) as four code units.
+  void Spread4(uint64_t v) {
+    v = (v | (v << 16)) & 0x0000FFFF0000FFFFull;
+    v = (v | (v << 8)) & 0x00FF00FF00FF00FFull;
+    EncodeFixed64(p_, v);
+    p_ += 8;
+  }
+
+  Bytes out_;
+  uint8_t* p_;
+};
 
 #ifndef _WIN32
 
@@ -66,41 +100,37 @@ LeadInfo ClassifyLead(uint8_t b) {
 
 // Decodes one sequence at in[pos], appends its code units (or one U+FFFD)
 // and returns the number of bytes consumed.
-size_t DecodeOne(const uint8_t* in, size_t size, size_t pos, Bytes* out) {
+size_t DecodeOne(const uint8_t* in, size_t size, size_t pos, UnitWriter* out) {
   const uint8_t lead = in[pos];
-  if (lead < kContinuationTag) {
-    PutFixed16(out, lead);
-    return 1;
-  }
   const LeadInfo info = ClassifyLead(lead);
   if (info.length == 0) {
-    PutFixed16(out, kReplacementChar);
+    out->Unit(kReplacementChar);
     return 1;
   }
   // A sequence cut off by the end swallows everything that is left.
   if (size - pos < info.length) {
-    PutFixed16(out, kReplacementChar);
+    out->Unit(kReplacementChar);
     return size - pos;
   }
   const uint8_t second = in[pos + 1];
   if (!IsContinuation(second)) {
-    PutFixed16(out, kReplacementChar);
+    out->Unit(kReplacementChar);
     return 1;
   }
   if (second < info.second_min || second > info.second_max) {
-    PutFixed16(out, kReplacementChar);
+    out->Unit(kReplacementChar);
     return 2;
   }
   uint32_t cp = lead & info.payload_mask;
   for (size_t i = 1; i < info.length; ++i) {
     const uint8_t b = in[pos + i];
     if (!IsContinuation(b)) {
-      PutFixed16(out, kReplacementChar);
+      out->Unit(kReplacementChar);
       return i;
     }
     cp = (cp << kContinuationBits) | (b & kContinuationPayload);
   }
-  PutCodePoint(out, cp);
+  out->CodePoint(cp);
   return info.length;
 }
 
@@ -122,20 +152,31 @@ Bytes Utf8ToUtf16(const std::string& utf8) {
       1) {
     return out;
   }
-  out.reserve(wide.size() * 2);
-  for (wchar_t unit : wide) PutFixed16(&out, static_cast<uint16_t>(unit));
+  out.resize(wide.size() * 2);
+  for (size_t i = 0; i < wide.size(); ++i) {
+    EncodeFixed16(&out[2 * i], static_cast<uint16_t>(wide[i]));
+  }
   return out;
 }
 
 #else
 
 Bytes Utf8ToUtf16(const std::string& utf8) {
-  Bytes out;
   const uint8_t* in = reinterpret_cast<const uint8_t*>(utf8.data());
   const size_t size = utf8.size();
-  out.reserve(size * 2);
-  for (size_t pos = 0; pos < size;) pos += DecodeOne(in, size, pos, &out);
-  return out;
+  UnitWriter out(size);
+  constexpr uint64_t kHighBits = 0x8080808080808080ull;
+  for (size_t pos = 0; pos < size;) {
+    if (size - pos >= 8 && (DecodeFixed64(in + pos) & kHighBits) == 0) {
+      out.Ascii8(DecodeFixed64(in + pos));
+      pos += 8;
+    } else if (in[pos] < kContinuationTag) {
+      out.Unit(in[pos++]);
+    } else {
+      pos += DecodeOne(in, size, pos, &out);
+    }
+  }
+  return out.Finish();
 }
 
 #endif  // _WIN32
@@ -160,8 +201,7 @@ LenientLead ClassifyLenientLead(uint8_t b) {
 Bytes Utf8ToUtf16Terminated(const std::string& utf8) {
   const uint8_t* in = reinterpret_cast<const uint8_t*>(utf8.data());
   const size_t size = utf8.size();
-  Bytes out;
-  out.reserve(2 * size + 2);
+  UnitWriter out(size + 1);
   size_t pos = 0;
   while (pos < size) {
     const LenientLead lead = ClassifyLenientLead(in[pos]);
@@ -174,11 +214,11 @@ Bytes Utf8ToUtf16Terminated(const std::string& utf8) {
       cp = (cp << kContinuationBits) | (in[pos + i] & kContinuationPayload);
     }
     // Four-byte sequences that decode below U+10000 produce nothing.
-    if (lead.length < 4 || cp >= kFirstSupplementary) PutCodePoint(&out, cp);
+    if (lead.length < 4 || cp >= kFirstSupplementary) out.CodePoint(cp);
     pos += lead.length;
   }
-  PutFixed16(&out, 0);
-  return out;
+  out.Unit(0);
+  return out.Finish();
 }
 
 }  // namespace ltp

@@ -17,15 +17,21 @@ void SetIfPresent(ltp::PropertyBag* bag, uint32_t t, const std::string& s) {
   if (!s.empty()) bag->SetString(t, s);
 }
 
+// One text under two tags, converted once.
+void SetTwiceIfPresent(ltp::PropertyBag* bag, uint32_t first, uint32_t second,
+                       const std::string& s) {
+  if (s.empty()) return;
+  bag->SetBytes(second, bag->SetString(first, s));
+}
+
 void SetPlainProperties(const EventRecord& e, ltp::PropertyBag* bag) {
   bag->SetString(tag::kMessageClass, kMessageClassAppointment);
-  SetIfPresent(bag, tag::kSubject, e.subject);
-  SetIfPresent(bag, tag::kNormalizedSubject, e.subject);
+  SetTwiceIfPresent(bag, tag::kSubject, tag::kNormalizedSubject, e.subject);
   SetIfPresent(bag, tag::kBody, e.body_plain);
-  SetIfPresent(bag, tag::kSenderName, e.organizer_name);
-  SetIfPresent(bag, tag::kSentRepresentingName, e.organizer_name);
-  SetIfPresent(bag, tag::kSenderEmail, e.organizer_address);
-  SetIfPresent(bag, tag::kSentRepresentingEmail, e.organizer_address);
+  SetTwiceIfPresent(bag, tag::kSenderName, tag::kSentRepresentingName,
+                    e.organizer_name);
+  SetTwiceIfPresent(bag, tag::kSenderEmail, tag::kSentRepresentingEmail,
+                    e.organizer_address);
 }
 
 void SetNamedProperties(const EventRecord& e, NamedPropertyMap* names,

@@ -1,6 +1,7 @@
 #include "messaging/message_serializer.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "core/stats.h"
 #include "ltp/property_context.h"
@@ -42,16 +43,15 @@ ltp::PropertyBag MessageProperties(const MessageRecord& m) {
   ltp::PropertyBag bag;
   bag.SetString(tag::kMessageClass, kMessageClassNote);
   if (!m.subject.empty()) {
-    bag.SetString(tag::kSubject, m.subject);
-    bag.SetString(tag::kNormalizedSubject, m.subject);
+    bag.SetBytes(tag::kNormalizedSubject, bag.SetString(tag::kSubject, m.subject));
   }
   if (!m.body_plain.empty()) bag.SetString(tag::kBody, m.body_plain);
   if (!m.body_html().empty()) {
     bag.SetBytes(tag::kBodyHtml, Bytes(m.body_html().begin(), m.body_html().end()));
   }
   if (!m.sender_name.empty()) {
-    bag.SetString(tag::kSenderName, m.sender_name);
-    bag.SetString(tag::kSentRepresentingName, m.sender_name);
+    bag.SetBytes(tag::kSentRepresentingName,
+                 bag.SetString(tag::kSenderName, m.sender_name));
   }
   return bag;
 }
@@ -157,14 +157,16 @@ std::vector<AttachmentResult> serialize_attachments(
 }
 
 ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
-                             ndb::DataWriter* writer, ndb::NodeRegistry* nodes) {
+                             ndb::DataWriter* writer, ndb::NodeRegistry* nodes,
+                             ltp::PropertyBag* bag_out) {
   ScopedTimer timer(stat::kSerializeMessage);
   // Everything that could break the layout is checked before any write.
   if (message.attachments.size() > kMaxAttachments) {
     throw std::length_error("too many attachments for one subnode list");
   }
+  ltp::PropertyBag bag = MessageProperties(message);
   ltp::Heap properties_heap;
-  ltp::BuildPropertyContext(MessageProperties(message), &properties_heap);
+  ltp::BuildPropertyContext(bag, &properties_heap);
   const Bytes properties = ltp::SerializeOnePage(properties_heap);
   const Bytes recipients =
       message.recipients.empty()
@@ -203,6 +205,7 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
   result.nid = EnterItemNode(nodes, folder_nid, result.bid_data, result.bid_sub);
   Stats::Instance().Record(stat::kMessageSerializedSize,
                            static_cast<double>(result.serialized_size));
+  if (bag_out != nullptr) *bag_out = std::move(bag);
   return result;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "ltp/property_bag.h"
 #include "messaging/named_property_map.h"
 #include "messaging/records.h"
 #include "ndb/data_writer.h"
@@ -37,8 +38,10 @@ std::vector<AttachmentResult> serialize_attachments(
     ndb::NodeRegistry* nodes);
 
 // Writes the message node (property context and subnodes) under a new NID
-// whose parent is `folder_nid`.
+// whose parent is `folder_nid`. `bag_out`, when given, receives the
+// message's property bag, its texts already converted.
 ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
-                             ndb::DataWriter* writer, ndb::NodeRegistry* nodes);
+                             ndb::DataWriter* writer, ndb::NodeRegistry* nodes,
+                             ltp::PropertyBag* bag_out = nullptr);
 
 }  // namespace virel

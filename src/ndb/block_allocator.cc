@@ -1,5 +1,6 @@
 #include "ndb/block_allocator.h"
 
+#include <iterator>
 #include <stdexcept>
 
 #include "core/stats.h"
@@ -25,7 +26,7 @@ uint64_t BlockAllocator::Allocate(uint64_t size, uint64_t alignment) {
     return handle;
   }
 
-  const uint64_t end = store_->Allocate(0);
+  const uint64_t end = store_->end();
   const uint64_t padding = (alignment - end % alignment) % alignment;
   if (padding != 0) {
     store_->Allocate(padding);
@@ -50,12 +51,14 @@ uint64_t BlockAllocator::Allocate(uint64_t size, uint64_t alignment) {
 
 bool BlockAllocator::TryReuse(uint64_t size, uint64_t alignment,
                               uint64_t* handle) {
-  for (size_t i = allocations_.size(); i-- > 0;) {
-    Allocation& a = allocations_[i];
-    if (a.free && a.size >= size && a.offset % alignment == 0) {
+  // The latest free record that fits, as a walk from the back would find.
+  for (auto it = free_.rbegin(); it != free_.rend(); ++it) {
+    Allocation& a = allocations_[*it];
+    if (a.size >= size && a.offset % alignment == 0) {
       a.free = false;
-      index_[a.handle] = i;
+      index_[a.handle] = *it;
       *handle = a.handle;
+      free_.erase(std::next(it).base());
       return true;
     }
   }
@@ -73,6 +76,7 @@ void BlockAllocator::Release(uint64_t handle) {
   auto it = index_.find(handle);
   if (it == index_.end()) return;
   allocations_[it->second].free = true;
+  free_.insert(it->second);
   index_.erase(it);
 }
 

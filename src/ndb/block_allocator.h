@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -45,6 +46,7 @@ class BlockAllocator {
   FileStore* store_;
   std::vector<Allocation> allocations_;
   std::unordered_map<uint64_t, size_t> index_;
+  std::set<size_t> free_;  // positions of the records marked free
   uint64_t next_handle_ = 1;
   UnitBitmap bitmap_;
   mutable std::mutex mu_;

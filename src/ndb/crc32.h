@@ -8,8 +8,12 @@
 namespace virel {
 namespace ndb {
 
-// `start` continues a previous result; 0 begins a new checksum.
+// `start` continues a previous result; 0 begins a new checksum. Uses
+// carry-less multiplication where the processor has it.
 uint32_t Crc32(const void* data, size_t size, uint32_t start = 0);
+
+// The same result from the table code alone, whatever the processor.
+uint32_t Crc32Portable(const void* data, size_t size, uint32_t start = 0);
 
 }  // namespace ndb
 }  // namespace virel

@@ -26,20 +26,37 @@ Bytes XBlockPayload(uint8_t level, const std::vector<uint64_t>& bids,
 
 }  // namespace
 
-Bref DataWriter::WriteBlock(const Bytes& payload, bool internal, bool encode) {
+Bref DataWriter::Place(size_t size, bool internal) {
   const uint64_t bid = registry_->NextBid(internal);
-  written_bytes_ += BlockSize(payload.size());
-  if (allocator_ == nullptr) {
-    registry_->RegisterBlock(bid, 0, payload.size());
-    return {bid, 0};
-  }
-  const uint64_t handle =
-      allocator_->Allocate(BlockSize(payload.size()), kBlockAlignment);
-  const uint64_t ib = allocator_->OffsetOf(handle);
-  const Bytes block = BuildBlock(payload, bid, ib, encode);
-  store_->WriteAt(ib, block.data(), block.size());
-  registry_->RegisterBlock(bid, ib, payload.size());
-  return {bid, ib};
+  written_bytes_ += BlockSize(size);
+  if (counting()) return {bid, 0};
+  const uint64_t handle = allocator_->Allocate(BlockSize(size), kBlockAlignment);
+  return {bid, allocator_->OffsetOf(handle)};
+}
+
+Bref DataWriter::Register(const Bref& at, size_t size) {
+  registry_->RegisterBlock(at.bid, at.ib, size);
+  return at;
+}
+
+Bref DataWriter::Store(const Bref& at, BlockBuilder::Image image, size_t size) {
+  store_->WriteAt(at.ib, image.data, image.size);
+  return Register(at, size);
+}
+
+Bref DataWriter::WriteBlock(const uint8_t* payload, size_t size, bool internal,
+                            bool encode) {
+  const Bref at = Place(size, internal);
+  if (counting()) return Register(at, size);
+  return Store(at, builder_.Build(payload, size, at.bid, at.ib, encode), size);
+}
+
+Bref DataWriter::WriteBlock(size_t size, bool internal, bool encode,
+                            const std::function<void(uint8_t*)>& fill) {
+  const Bref at = Place(size, internal);
+  if (counting()) return Register(at, size);
+  fill(builder_.Start(size));
+  return Store(at, builder_.Finish(at.bid, at.ib, encode), size);
 }
 
 uint64_t DataWriter::WriteData(const Bytes& data, bool internal) {
@@ -53,8 +70,7 @@ uint64_t DataWriter::WriteTree(const Bytes& data) {
   std::vector<uint64_t> chunks;
   for (size_t from = 0; from < data.size(); from += kMaxBlockPayload) {
     const size_t to = std::min(data.size(), from + kMaxBlockPayload);
-    chunks.push_back(WriteData(Bytes(data.begin() + from, data.begin() + to),
-                               false));
+    chunks.push_back(WriteBlock(data.data() + from, to - from, false, true).bid);
   }
   if (chunks.size() <= kMaxXBlockEntries) {
     return WriteData(XBlockPayload(kXBlockLevel, chunks, data.size()), true);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "core/coding.h"
 #include "ndb/block.h"
@@ -33,17 +34,31 @@ class DataWriter {
   uint64_t WriteData(const Bytes& data, bool internal);
 
   // One block of any size with the encoding chosen by the caller.
-  Bref WriteBlock(const Bytes& payload, bool internal, bool encode);
+  Bref WriteBlock(const Bytes& payload, bool internal, bool encode) {
+    return WriteBlock(payload.data(), payload.size(), internal, encode);
+  }
+  Bref WriteBlock(const uint8_t* payload, size_t size, bool internal,
+                  bool encode);
+  // A block whose `size` payload bytes `fill` writes straight into place.
+  Bref WriteBlock(size_t size, bool internal, bool encode,
+                  const std::function<void(uint8_t*)>& fill);
 
   // File bytes the blocks written so far take.
   uint64_t written_bytes() const { return written_bytes_; }
 
  private:
   uint64_t WriteTree(const Bytes& data);
+  bool counting() const { return allocator_ == nullptr; }
+  // A new BID and the space for a block of `size` payload bytes (offset 0
+  // when counting).
+  Bref Place(size_t size, bool internal);
+  Bref Register(const Bref& at, size_t size);
+  Bref Store(const Bref& at, BlockBuilder::Image image, size_t size);
 
   BlockAllocator* allocator_;
   FileStore* store_;
   NodeRegistry* registry_;
+  BlockBuilder builder_;
   uint64_t written_bytes_ = 0;
 };
 

@@ -37,12 +37,19 @@ struct ContentListRef {
 // Index over the content list blocks, in the order given.
 Bytes ContentTableIndexPayload(const std::vector<ContentListRef>& lists);
 
+using RecordCells = std::vector<std::pair<uint32_t, Bytes>>;  // (key, value)
+
+// A row refers to its cells, which the caller keeps until the payload is
+// built, so no cell is copied on the way.
 struct RecordRow {
   uint64_t id;
-  std::vector<std::pair<uint32_t, Bytes>> cells;  // (key, value bytes)
+  const RecordCells* cells;
 };
 
-// One group of rows under a 64-bit key.
+// One group of rows under a 64-bit key: its size, the bytes written to
+// `out` (which has room for that size), and the same as a byte array.
+size_t RowBlockSize(const std::vector<RecordRow>& rows);
+void PutRowBlock(uint8_t* out, uint64_t key, const std::vector<RecordRow>& rows);
 Bytes RowBlockPayload(uint64_t key, const std::vector<RecordRow>& rows);
 
 // Payload sizes, for planning without building the records.
@@ -51,7 +58,7 @@ size_t ContentListSize(size_t records);
 size_t ContentTableIndexSize(size_t lists);
 // A row block is its header and its rows' encodings.
 inline constexpr size_t kRowBlockHeaderSize = 16;
-Bytes RecordRowBytes(const RecordRow& row);
+size_t RecordRowSize(const RecordCells& cells);
 
 }  // namespace ndb
 }  // namespace virel

@@ -308,9 +308,12 @@ TEST(CoreCapacity, PlannedSizesMatchWhatIsBuilt) {
   EXPECT_EQ(ndb::ContentListPayload(1, {{5, 1}, {6, 2}}).size(), ndb::ContentListSize(2));
   EXPECT_EQ(ndb::ContentTableIndexPayload({{1, 2}, {3, 4}}).size(),
             ndb::ContentTableIndexSize(2));
-  const ndb::RecordRow row{7, {{1, Bytes(3, 0)}, {2, Bytes()}}};
+  // A row: ID and cell count (12), then key, length and value per cell.
+  const ndb::RecordCells cells{{1, Bytes(3, 0)}, {2, Bytes()}};
+  const ndb::RecordRow row{7, &cells};
+  EXPECT_EQ(ndb::RecordRowSize(cells), 12u + (8 + 3) + 8);
   EXPECT_EQ(ndb::RowBlockPayload(9, {row, row}).size(),
-            ndb::kRowBlockHeaderSize + 2 * ndb::RecordRowBytes(row).size());
+            ndb::kRowBlockHeaderSize + 2 * ndb::RecordRowSize(cells));
   // One AMap page covers 496 * 8 units of 512 bytes; three fixed pages follow it.
   ndb::UnitBitmap bits;
   for (uint64_t end : {uint64_t{512}, uint64_t{2031616}, uint64_t{2031617}, uint64_t{26411008}}) {

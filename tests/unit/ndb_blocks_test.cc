@@ -141,7 +141,8 @@ TEST(NdbRecords, SubnodeListAndBookkeepingPayloads) {
   EXPECT_EQ(std::string(index.begin(), index.begin() + 4), "CTBL");
   EXPECT_EQ(Le64(index, 16), 0x6400u);
 
-  const Bytes rows = ndb::RowBlockPayload(5, {{0x24, {{0x1A001F, {1, 2, 3}}}}});
+  const ndb::RecordCells cells = {{0x1A001F, {1, 2, 3}}};
+  const Bytes rows = ndb::RowBlockPayload(5, {{0x24, &cells}});
   EXPECT_EQ(std::string(rows.begin(), rows.begin() + 4), "LTPC");
   EXPECT_EQ(Le64(rows, 4), 5u);
   EXPECT_EQ(Le32(rows, 12), 1u);

@@ -21,10 +21,17 @@ using testutil::Le64;
 TEST(NdbChecksum, MatchesStandardCrc32) {
   EXPECT_EQ(ndb::Crc32("123456789", 9), 0xCBF43926u);
   EXPECT_EQ(ndb::Crc32("", 0), 0u);
-  std::vector<uint8_t> data(1000);
-  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 7 + 3);
-  // Every length exercises both the 8-byte and the tail loop.
-  for (size_t n : {1, 7, 8, 9, 63, 496, 1000}) {
+  std::vector<uint8_t> data(9000);
+  for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<uint8_t>(i * 7 + 3 + (i >> 8));
+  // Lengths and misaligned starts through the 16-byte, tail and (where the
+  // processor has it) carry-less-multiply paths, and the table code alone.
+  for (size_t n = 0; n <= 300; ++n) {
+    const size_t at = n % 13;
+    const uint32_t expected = testutil::ReferenceCrc(data.data() + at, n);
+    ASSERT_EQ(ndb::Crc32(data.data() + at, n), expected) << n;
+    ASSERT_EQ(ndb::Crc32Portable(data.data() + at, n), expected) << n;
+  }
+  for (size_t n : {496, 1000, 8176, 9000}) {
     EXPECT_EQ(ndb::Crc32(data.data(), n), testutil::ReferenceCrc(data.data(), n)) << n;
   }
   // A start value continues an earlier checksum.
@@ -214,6 +221,16 @@ TEST(NdbBlockAllocator, AllocatesAlignedSpaceReusesAndRecordsStats) {
   EXPECT_EQ(Stats::Instance().Values("block_allocate"),
             (std::vector<double>{144, 80, 16}));
   EXPECT_EQ(Stats::Instance().Durations("block_allocate").size(), 4u);
+
+  // Among free records the latest that fits is taken; a smaller or
+  // misaligned one is passed over and stays free.
+  alloc.Release(h1);
+  alloc.Release(h2);
+  alloc.Release(h3);
+  EXPECT_EQ(alloc.Allocate(90, 8), h1);  // h3 and h2 are too small
+  EXPECT_EQ(alloc.Allocate(80, 8), h2);
+  EXPECT_EQ(alloc.Allocate(8, 8), h3);
+  EXPECT_EQ(alloc.Allocate(8, 8), 4u);  // nothing free is left
 
   try {
     alloc.Allocate(0, 8);
