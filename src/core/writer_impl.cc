@@ -142,6 +142,7 @@ void Virel::Impl::Finalise() {
   WriteFolders();
   // Items were written and entered as nodes when they were added.
   WriteNameToIdMap();
+  nodes_.DropPages();  // an earlier attempt's pages are left unlisted
   const ndb::Bref nbt = WriteTree(true);
   const ndb::Bref bbt = WriteTree(false);
   WriteCounters();
