@@ -80,6 +80,8 @@ void checkOverlaps(std::vector<Extent>& extents, ViolationLog& log) {
 }
 
 // Walks the gaps between extents up to ibFileEof, decoding any block found.
+// Bytes that hold no block are unlisted space up to the next block found
+// on the block alignment: a warning, since nothing listed depends on them.
 std::vector<UnlistedBlock> scanGaps(const PlacementInput& in, const std::vector<Extent>& extents, ViolationLog& log) {
   std::vector<UnlistedBlock> found;
   std::uint64_t pos = kReservedEnd;
@@ -97,8 +99,12 @@ std::vector<UnlistedBlock> scanGaps(const PlacementInput& in, const std::vector<
       pos += blockSpan(block->data.size());
       continue;
     }
-    log.add(pos, std::to_string(gapEnd - pos) + " bytes are covered by no listed block or page");
-    pos = gapEnd;
+    std::uint64_t resume = pos + kBlockAlign;
+    while (resume < gapEnd && !in.store.readAt(resume)) resume += kBlockAlign;
+    resume = std::min(resume, gapEnd);
+    log.warn(pos, resume - pos, "unlisted space: " + std::to_string(resume - pos) +
+                                    " bytes are covered by no listed block or page");
+    pos = resume;
   }
   return found;
 }

@@ -182,6 +182,12 @@ std::uint64_t ImageBuilder::addBlock(Bytes payload, bool internal) {
   return bid;
 }
 
+std::uint64_t ImageBuilder::addUnlistedBlock(Bytes payload) {
+  std::uint64_t ib = image_.size();
+  blocks_.erase(addBlock(std::move(payload), false));
+  return ib;
+}
+
 std::uint64_t ImageBuilder::addData(const Bytes& data) {
   constexpr std::size_t kChunk = 8176;
   if (data.size() <= kChunk) return addBlock(data, false);

@@ -85,6 +85,9 @@ Sample buildSample(const SampleOptions& options) {
   b.addNode(kMessage, b.addData(pcHeap({{kClass, u16le("IPM.Note")}, {0x0037001F, u16le("Hello")},
                                         {0x0C1A001F, u16le("Alice")}})),
             messageSubnodes(b), 0x202);
+  s.strayIb = b.size();
+  b.appendUnlisted(Bytes(options.strayBytes, 0));
+  if (options.staleRecord) s.staleRecordIb = b.addUnlistedBlock(Bytes(64, 0));
   b.addNode(kCalendar, folderData(b, "Calendar"),
             tableSubnode(b, 0x0E, {kClass}, {{kEvent, {{kClass, u16le("IPM.Appointment")}}}}), kRoot);
   b.addNode(kEvent, b.addData(pcHeap({{kClass, u16le("IPM.Appointment")}, {0x0037001F, u16le("Meeting")},
@@ -103,9 +106,16 @@ bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::stri
   return false;
 }
 
+bool hasWarning(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment) {
+  for (const auto& w : m.warnings())
+    if (w.offset == offset && w.message.find(fragment) != std::string::npos) return true;
+  return false;
+}
+
 std::string describe(const vread::Mailbox& m) {
   std::string out;
   for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
+  for (const auto& w : m.warnings()) out += "warning " + vread::hex(w.offset) + " " + w.message + "\n";
   return out;
 }
 
