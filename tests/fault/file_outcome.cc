@@ -11,13 +11,6 @@
 namespace faulttest {
 namespace {
 
-// Problems that leave every structure readable: space that no listed block
-// or page covers, left by a failed add or by a retried close.
-bool IsUnlistedSpace(const std::string& message) {
-  return message.find("is in the file but not in the BBT") != std::string::npos ||
-         message.find("covered by no listed block or page") != std::string::npos;
-}
-
 // The whole file in one read.
 vread::Bytes ReadFile(const std::string& path, uint64_t size) {
   vread::Bytes bytes(static_cast<size_t>(size));
@@ -48,28 +41,26 @@ Verdict Classify(const std::string& path) {
   const uint64_t size = std::filesystem::file_size(path, ec);
   if (ec || size == 0) return v;
   const vread::Mailbox box = vread::Mailbox::fromBytes(ReadFile(path, size));
-  v.outcome = Outcome::kInvalid;
-  if (!box.loadError().empty()) {
-    v.detail = box.loadError();
-    return v;
-  }
   for (const vread::Folder& f : box.folders()) {
     v.items += static_cast<int>(f.items.size());
   }
-  for (const vread::Violation& problem : box.violations()) {
-    if (!IsUnlistedSpace(problem.message) && v.detail.empty()) {
-      v.detail = problem.message;
-    }
-  }
-  const bool final_header = box.header().state == vread::HeaderState::Final;
-  if (box.header().state == vread::HeaderState::Provisional) {
-    if (box.violations().empty()) v.outcome = Outcome::kProvisional;
-  } else if (box.complete()) {
-    v.outcome = Outcome::kComplete;
-  } else if (final_header && size < vread::layout::kMinFileSize) {
-    v.outcome = Outcome::kShort;
-  } else if (v.detail.empty()) {
-    v.outcome = Outcome::kWarnings;
+  if (!box.loadError().empty()) v.detail = box.loadError();
+  if (!box.violations().empty()) v.detail = box.violations().front().message;
+  switch (box.status()) {
+    case vread::FileStatus::Provisional:
+      v.outcome = Outcome::kProvisional;
+      break;
+    case vread::FileStatus::Complete:
+      v.outcome = Outcome::kComplete;
+      break;
+    case vread::FileStatus::CompleteWithWarnings:
+      v.outcome = Outcome::kWarnings;
+      break;
+    case vread::FileStatus::Invalid:
+      const bool short_final = box.header().state == vread::HeaderState::Final &&
+                               size < vread::layout::kMinFileSize;
+      v.outcome = short_final ? Outcome::kShort : Outcome::kInvalid;
+      break;
   }
   return v;
 }

@@ -10,7 +10,8 @@ enum class Outcome {
   kProvisional,  // the opening header: the close never completed
   kComplete,     // final header, every structure valid
   kWarnings,     // complete, but with space that no block or page lists
-  kShort,        // final header, shorter than the padded minimum
+  kShort,        // final header, shorter than the padded minimum: a
+                 // failure while padding
   kInvalid,
 };
 
