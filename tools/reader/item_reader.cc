@@ -129,7 +129,9 @@ void ItemReader::checkAttachmentName(const Attachment& att, const Bytes& cell, c
   for (std::size_t i = 0; i + 1 < cell.size(); i += 2) replaced = replaced || le16(cell.data() + i) == kReplacementChar;
   for (const PropValue* value : {longName, shortName}) {
     if (value == nullptr) continue;
-    const Bytes& b = value->bytes;
+    // Up to four zero bytes (the bare terminator, say) are kept in the record
+    // as dwValueHnid 0, which reads as no bytes.
+    const Bytes b = value->bytes.empty() ? Bytes(kTerminatorSize, 0) : value->bytes;
     if (b.size() < kTerminatorSize || b.size() % 2 != 0 || b[b.size() - 1] != 0 || b[b.size() - 2] != 0) {
       log_.add(value->offset, name + "file name in its PC is not terminated UTF-16");
       continue;

@@ -86,9 +86,11 @@ std::vector<UnlistedBlock> scanGaps(const PlacementInput& in, const std::vector<
   std::vector<UnlistedBlock> found;
   std::uint64_t pos = kReservedEnd;
   std::size_t next = 0;
-  while (pos < in.header.fileEof) {
+  // A header that points past the end of the file was reported already.
+  const std::uint64_t end = std::min(in.header.fileEof, in.file.size());
+  while (pos < end) {
     while (next < extents.size() && extents[next].end <= pos) ++next;
-    std::uint64_t gapEnd = next < extents.size() ? std::min(extents[next].start, in.header.fileEof) : in.header.fileEof;
+    std::uint64_t gapEnd = next < extents.size() ? std::min(extents[next].start, end) : end;
     if (gapEnd <= pos) {
       pos = extents[next].end;
       continue;

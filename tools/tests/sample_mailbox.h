@@ -23,6 +23,10 @@ struct SampleOptions {
   std::uint32_t recordMessages = 1;
   std::size_t strayBytes = 0;  // zero bytes no block holds, after the message
   bool staleRecord = false;    // an unlisted record block before the real one
+  // The attachment's name: the PC's 8-bit value and the table's cell, each
+  // UTF-16LE ("a.txt" with and without a terminator when empty).
+  Bytes attachmentName8;
+  Bytes attachmentCell;
 };
 
 struct Sample {
