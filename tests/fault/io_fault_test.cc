@@ -19,14 +19,8 @@
 namespace faulttest {
 namespace {
 
-// Memory-backed storage where there is some: the sweep writes many files.
 std::filesystem::path ScratchDir() {
-  const std::filesystem::path shm = "/dev/shm";
-  std::error_code ec;
-  const auto base = std::filesystem::is_directory(shm, ec)
-                        ? shm
-                        : std::filesystem::temp_directory_path();
-  return base / ("virel_fault_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+  return testutil::ScratchBase() / "virel_fault_sweep";
 }
 
 // What one run of the script saw.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "core/stats.h"
+#include "unit/test_util.h"
 #include "virel.h"
 
 namespace {
@@ -73,11 +74,8 @@ void RunWriters(const std::string& path, int count) {
 }
 
 TEST(RegistryMemory, ConstantAcrossTenAndTenThousandWriters) {
-  std::error_code ec;
-  const std::filesystem::path base = std::filesystem::is_directory("/dev/shm", ec)
-                                         ? std::filesystem::path("/dev/shm")
-                                         : std::filesystem::temp_directory_path();
-  const std::string path = (base / "virel_registry_memory.pst").string();
+  const std::string path =
+      (testutil::ScratchBase() / "virel_registry_memory.pst").string();
   virel::Stats& stats = virel::Stats::Instance();
   stats.Reset();
 
@@ -93,6 +91,7 @@ TEST(RegistryMemory, ConstantAcrossTenAndTenThousandWriters) {
             virel::StatSummary<double>::kWindow);
   EXPECT_LE(after_many - after_ten, 1024) << "held after 10: " << after_ten
                                           << " bytes, after 10,010: " << after_many;
+  std::error_code ec;
   std::filesystem::remove(path, ec);
   stats.Reset();
 }

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "mailbox.h"
+#include "unit/test_util.h"
 #include "virel.h"
 
 namespace {
@@ -73,10 +74,7 @@ WriterResult WriteOne(const std::filesystem::path& dir, int thread, int index) {
 
 TEST(Threads, ManyWritersOnEightThreads) {
   std::error_code ec;
-  const std::filesystem::path base = std::filesystem::is_directory("/dev/shm", ec)
-                                         ? std::filesystem::path("/dev/shm")
-                                         : std::filesystem::temp_directory_path();
-  const std::filesystem::path dir = base / "virel_threads";
+  const std::filesystem::path dir = testutil::ScratchBase() / "virel_threads";
   std::filesystem::remove_all(dir, ec);
   std::filesystem::create_directories(dir);
 
