@@ -52,6 +52,7 @@ ScriptRun WriteMailbox(const std::string& path, const FaultInjector& hook) {
   uint64_t before = hook.fired();
   run.writer = virel_create_writer(path.c_str());
   run.opened = run.writer != nullptr;
+  if ((hook.fired() != before) == run.opened) ++run.mismatches;
   if (!run.opened) return run;
   virel_writer* w = run.writer;
 
