@@ -23,12 +23,30 @@ constexpr int kSlots = 3;
 constexpr size_t kMaxLongText = 70000;      // past the one-page heap of an item
 constexpr size_t kMaxAttachment = 20000;    // a few data blocks
 constexpr int kMaxRepeat = 320;             // past the node limit in one call
+// Writers past a limit cannot be released, so their number is capped: once
+// that many are kept, a writer takes calls only while a generous estimate
+// of its blocks stays far below the block limit (and so the node limit).
+constexpr size_t kKeptCap = 64;
+constexpr int kCappedBlocks = 200;
+constexpr int kFolderBlocks = 5;  // properties, tables, bookkeeping
+constexpr int kItemBlocks = 3;
+constexpr int kAttachmentBlocks = 6;
+// A folder name or an item text near the page size makes close fail too.
+constexpr size_t kCappedLongText = 1000;
 
 struct WriterSlot {
   virel_writer* writer = nullptr;
   std::string path;
   int items = 0;  // messages and events whose add returned a NID
+  int blocks = 0;  // estimated blocks of the calls made
 };
+
+// Every piece of a path may become a new folder.
+int PathBlocks(const char* path) {
+  int pieces = 1;
+  for (const char* p = path; p != nullptr && *p != '\0'; ++p) pieces += *p == '/';
+  return pieces * kFolderBlocks;
+}
 
 // Writers whose close failed (a limit): destroying one would close it again
 // and end the process, so they stay reachable until it exits.
@@ -91,7 +109,8 @@ class Program {
       case 0: return nullptr;
       case 1: text_.clear(); break;
       case 2: {
-        const size_t n = in_.ConsumeIntegralInRange<size_t>(0, kMaxLongText);
+        const size_t longest = g_kept->size() < kKeptCap ? kMaxLongText : kCappedLongText;
+        const size_t n = in_.ConsumeIntegralInRange<size_t>(0, longest);
         text_.assign(n, static_cast<char>(in_.ConsumeIntegralInRange<int>(1, 255)));
         break;
       }
@@ -130,9 +149,18 @@ class Program {
     return i < 0 ? nullptr : &writers_[i];
   }
   virel_writer* WriterHandle(WriterSlot* s) { return s == nullptr ? nullptr : s->writer; }
-  virel_message* Message() {
-    const int i = Slot();
-    return i < 0 ? nullptr : messages_[i];
+  virel_message* Message() { return MessageAt(Slot()); }
+  virel_message* MessageAt(int i) { return i < 0 ? nullptr : messages_[i]; }
+
+  // Whether a call that may write about `blocks` blocks may go to this
+  // writer (see kKeptCap).
+  bool Allow(WriterSlot* s, int blocks) {
+    if (s == nullptr) return true;
+    s->blocks += blocks;
+    return g_kept->size() < kKeptCap || s->blocks <= kCappedBlocks;
+  }
+  int MessageBlocks(int slot) {
+    return kItemBlocks + (slot < 0 ? 0 : attachments_[slot] * kAttachmentBlocks);
   }
   virel_event* Event() {
     const int i = Slot();
@@ -159,13 +187,15 @@ class Program {
       }
       case 3: {
         WriterSlot* s = Writer();
-        virel_create_folder(WriterHandle(s), FolderPath());
+        const char* path = FolderPath();
+        if (Allow(s, PathBlocks(path))) virel_create_folder(WriterHandle(s), path);
         break;
       }
       case 4: {
         const int i = in_.ConsumeIntegralInRange<int>(0, kSlots - 1);
         virel_destroy_message(messages_[i]);
         messages_[i] = virel_create_message();
+        attachments_[i] = 0;
         break;
       }
       case 5: SetMessage(); break;
@@ -179,28 +209,34 @@ class Program {
       case 8: {
         WriterSlot* s = Writer();
         const char* folder = FolderPath();
-        CountItem(s, virel_writer_add_message(WriterHandle(s), folder, Message()));
+        const int m = Slot();
+        if (Allow(s, PathBlocks(folder) + MessageBlocks(m))) CountItem(s, virel_writer_add_message(WriterHandle(s), folder, MessageAt(m)));
         break;
       }
       case 9: {
         WriterSlot* s = Writer();
-        const std::string folder = Owned(FolderPath());
+        const char* path = FolderPath();
+        const std::string folder = Owned(path);
+        const char* folder_arg = path == nullptr ? nullptr : folder.c_str();
         const std::string subject = Owned(Text());
         const char* body = Text();
-        CountItem(s, virel_add_message_simple(WriterHandle(s), folder.c_str(), subject.c_str(), body));
+        if (Allow(s, PathBlocks(folder_arg) + kItemBlocks))
+          CountItem(s, virel_add_message_simple(WriterHandle(s), folder_arg, subject.c_str(), body));
         break;
       }
       case 10: {
         WriterSlot* s = Writer();
         const char* folder = FolderPath();
-        CountItem(s, virel_writer_add_event(WriterHandle(s), folder, Event()));
+        if (Allow(s, PathBlocks(folder) + kItemBlocks))
+          CountItem(s, virel_writer_add_event(WriterHandle(s), folder, Event()));
         break;
       }
       case 11: Repeat(); break;
       case 12: {  // a message's attachments up to and past the page limit
-        virel_message* m = Message();
+        const int slot = Slot();
         const int n = in_.ConsumeIntegralInRange<int>(0, 400);
-        for (int i = 0; i < n; ++i) virel_message_add_attachment(m, "a", "x", 1);
+        for (int i = 0; i < n; ++i) virel_message_add_attachment(MessageAt(slot), "a", "x", 1);
+        if (slot >= 0) attachments_[slot] += n;
         break;
       }
       default: {  // destroy a handle type the slot does not hold: NULL
@@ -225,7 +261,8 @@ class Program {
   }
 
   void SetMessage() {
-    virel_message* m = Message();
+    const int slot = Slot();
+    virel_message* m = MessageAt(slot);
     switch (in_.ConsumeIntegralInRange<int>(0, 6)) {
       case 0: virel_message_set_subject(m, Text()); break;
       case 1: virel_message_set_body_plain(m, Text()); break;
@@ -245,8 +282,10 @@ class Program {
       default: {
         const std::string name = Owned(Text());
         const std::string data(in_.ConsumeIntegralInRange<size_t>(0, kMaxAttachment), 'd');
+        const bool no_data = in_.ConsumeBool();
         virel_message_add_attachment(m, in_.ConsumeBool() ? nullptr : name.c_str(),
-                                     in_.ConsumeBool() ? nullptr : data.data(), data.size());
+                                     no_data ? nullptr : data.data(), data.size());
+        if (slot >= 0 && !no_data && !data.empty()) ++attachments_[slot];
         break;
       }
     }
@@ -288,7 +327,8 @@ class Program {
     WriterSlot* s = Writer();
     const int n = in_.ConsumeIntegralInRange<int>(0, kMaxRepeat);
     const int kind = in_.ConsumeIntegralInRange<int>(0, 2);
-    for (int i = 0; i < n; ++i) {
+    const int blocks = kind == 0 ? kFolderBlocks : kFolderBlocks + kItemBlocks;
+    for (int i = 0; i < n && Allow(s, blocks); ++i) {
       const std::string name = "R" + std::to_string(i);
       if (kind == 0) virel_create_folder(WriterHandle(s), name.c_str());
       if (kind == 1) CountItem(s, virel_add_message_simple(WriterHandle(s), name.c_str(), "s", "b"));
@@ -299,6 +339,7 @@ class Program {
   FuzzedDataProvider in_;
   WriterSlot writers_[kSlots];
   virel_message* messages_[kSlots] = {virel_create_message(), virel_create_message(), virel_create_message()};
+  int attachments_[kSlots] = {};  // added to each message slot so far
   virel_event* events_[kSlots] = {virel_create_event(), virel_create_event(), virel_create_event()};
 };
 
