@@ -97,6 +97,10 @@ TEST_F(InspectCli, BadPathsAndBadFilesGiveDocumentedExitCodes) {
   EXPECT_NE(out.find("is a directory"), std::string::npos) << out;
   EXPECT_EQ(Run(Quoted(File("missing.pst")), &out), kUsage);
   EXPECT_NE(out.find("cannot open"), std::string::npos) << out;
+#ifndef _WIN32
+  EXPECT_EQ(Run("/dev/zero", &out), kUsage);  // would never end
+  EXPECT_NE(out.find("not a regular file"), std::string::npos) << out;
+#endif
 
   const Bytes good = testutil::ReadAll(path_);
   std::mt19937 rng(11);
