@@ -18,7 +18,7 @@ std::string reason(int error) { return error != 0 ? std::string(": ") + std::str
 
 bool FileImage::load(const std::string& path, std::string& error) {
   std::error_code ec;
-  const auto status = std::filesystem::status(std::filesystem::u8path(path), ec);
+  const auto status = std::filesystem::status(std::filesystem::path(path), ec);
   if (std::filesystem::is_directory(status)) {
     error = "'" + path + "' is a directory, not a mailbox file";
     return false;
