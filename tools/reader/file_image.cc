@@ -18,8 +18,14 @@ std::string reason(int error) { return error != 0 ? std::string(": ") + std::str
 
 bool FileImage::load(const std::string& path, std::string& error) {
   std::error_code ec;
-  if (std::filesystem::is_directory(std::filesystem::u8path(path), ec)) {
+  const auto status = std::filesystem::status(std::filesystem::path(path), ec);
+  if (std::filesystem::is_directory(status)) {
     error = "'" + path + "' is a directory, not a mailbox file";
+    return false;
+  }
+  // A device or a pipe could be endless.
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    error = "'" + path + "' is not a regular file";
     return false;
   }
   errno = 0;

@@ -1,5 +1,8 @@
 #include "property_context.h"
 
+#include <set>
+#include <utility>
+
 #include "bth.h"
 #include "layout.h"
 #include "prop_types.h"
@@ -33,17 +36,27 @@ bool isValueAllocation(const Heap& heap, const Bth& bth, std::uint32_t hid) {
 
 // Assigns the value allocations from `hid` on, in order, to the `allowed`
 // records from `from` on; the latest fitting record is tried first.
+// `failed` remembers the (hid, from) pairs that have no assignment, so
+// that crafted records cannot make the search exponential.
 bool assignValues(const Heap& heap, const Bth& bth, std::uint32_t hid, std::size_t from,
-                  const std::vector<bool>& allowed, std::vector<bool>& inHeap) {
+                  const std::vector<bool>& allowed, std::vector<bool>& inHeap,
+                  std::set<std::pair<std::uint32_t, std::size_t>>& failed) {
   if (!isValueAllocation(heap, bth, hid)) return true;
+  if (failed.count({hid, from})) return false;
   for (std::size_t i = bth.records.size(); i-- > from;) {
     const Bytes& d = bth.records[i].data;
     if (!allowed[i] || isInlineType(le16(d.data())) || le32(d.data() + 2) != hid) continue;
     inHeap[i] = true;
-    if (assignValues(heap, bth, hid + kHidStep, i + 1, allowed, inHeap)) return true;
+    if (assignValues(heap, bth, hid + kHidStep, i + 1, allowed, inHeap, failed)) return true;
     inHeap[i] = false;
   }
+  failed.insert({hid, from});
   return false;
+}
+
+bool assignValues(const Heap& heap, const Bth& bth, const std::vector<bool>& allowed, std::vector<bool>& inHeap) {
+  std::set<std::pair<std::uint32_t, std::size_t>> failed;
+  return assignValues(heap, bth, kFirstHid, 0, allowed, inHeap, failed);
 }
 
 // Pairs of properties that always hold the same value: subject and
@@ -76,8 +89,7 @@ std::vector<bool> withoutEqualMirrors(const Bth& bth) {
 std::vector<bool> heapReferences(const Heap& heap, const Bth& bth) {
   std::vector<bool> inHeap(bth.records.size(), false);
   const std::vector<bool> all(bth.records.size(), true);
-  if (!assignValues(heap, bth, kFirstHid, 0, withoutEqualMirrors(bth), inHeap) &&
-      !assignValues(heap, bth, kFirstHid, 0, all, inHeap)) {
+  if (!assignValues(heap, bth, withoutEqualMirrors(bth), inHeap) && !assignValues(heap, bth, all, inHeap)) {
     // No consistent match: take every record that names an allocation.
     for (std::size_t i = 0; i < bth.records.size(); ++i) {
       const Bytes& d = bth.records[i].data;

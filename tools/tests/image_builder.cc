@@ -278,7 +278,7 @@ std::pair<std::uint64_t, std::uint64_t> ImageBuilder::writeTree(const std::vecto
   return {bid, appendPage(root, ptype, bid)};
 }
 
-Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events) {
+Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events, bool stalePages) {
   writeMapPages();
   std::vector<Bytes> nbt;
   for (const auto& [nid, n] : nodes_) {
@@ -290,6 +290,10 @@ Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events) {
     nbt.push_back(e);
   }
   std::uint64_t firstPage = image_.size();
+  if (stalePages) {
+    staleIb = firstPage;
+    writeTree(nbt, 32, 0x81, 15);
+  }
   std::tie(nbtBid_, nbtIb) = writeTree(nbt, 32, 0x81, 15);
   for (std::uint64_t ib = firstPage; ib < image_.size(); ib += 512)
     blocks_[image_[ib + 504] | (std::uint64_t{image_[ib + 505]} << 8)] = {ib, 496};

@@ -41,12 +41,15 @@ class ImageBuilder {
   std::uint64_t addUnlistedBlock(Bytes payload);
   std::uint64_t size() const { return image_.size(); }
   // Writes map pages, both B-trees, the record block and the final header.
-  Bytes finish(std::uint32_t messages, std::uint32_t events);
+  // `stalePages`: the node B-tree's pages are written twice, both listed in
+  // the BBT, as a retried close leaves them.
+  Bytes finish(std::uint32_t messages, std::uint32_t events, bool stalePages = false);
 
   std::uint64_t ibOf(std::uint64_t bid) const { return blocks_.at(bid).first; }
   std::uint64_t nbtIb = 0;
   std::uint64_t bbtIb = 0;
   std::uint64_t recordIb = 0;
+  std::uint64_t staleIb = 0;  // the first stale page
 
  private:
   std::uint64_t nextBid(bool internal) { return (next_++ << 2) | (internal ? 2u : 0u); }

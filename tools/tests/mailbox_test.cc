@@ -106,6 +106,17 @@ TEST(Mailbox, UnlistedSpaceIsAWarningWithItsOffsetAndSize) {
   ASSERT_TRUE(m.recordBlock());
   EXPECT_EQ(m.recordBlock()->ib, s.recordIb);
 
+  // Listed pages that belong to neither B-tree, as a retried close leaves.
+  SampleOptions retried;
+  retried.stalePages = true;
+  Sample r = buildSample(retried);
+  vread::Mailbox stale = vread::Mailbox::fromBytes(r.image);
+  EXPECT_TRUE(stale.violations().empty()) << describe(stale);
+  EXPECT_EQ(stale.status(), vread::FileStatus::CompleteWithWarnings);
+  ASSERT_FALSE(stale.warnings().empty());
+  EXPECT_TRUE(hasWarning(stale, r.stalePageIb, "belongs to neither B-tree")) << describe(stale);
+  EXPECT_EQ(stale.warnings()[0].size, 512u);
+
   // A final file cut short of the padded minimum stays invalid.
   Bytes cut = s.image;
   cut.resize(200000);

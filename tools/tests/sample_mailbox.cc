@@ -98,7 +98,8 @@ Sample buildSample(const SampleOptions& options) {
                                       {0x80000040, le64b(kStartFiletime)}, {0x80010040, le64b(kEndFiletime)},
                                       {0x8002001F, u16le("Room 1")}})),
             0, kCalendar);
-  s.image = b.finish(options.recordMessages + (options.reverseContents ? 1 : 0), 1);
+  s.image = b.finish(options.recordMessages + (options.reverseContents ? 1 : 0), 1, options.stalePages);
+  s.stalePageIb = b.staleIb;
   s.nbtIb = b.nbtIb;
   s.recordIb = b.recordIb;
   return s;

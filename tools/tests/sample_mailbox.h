@@ -23,6 +23,7 @@ struct SampleOptions {
   std::uint32_t recordMessages = 1;
   std::size_t strayBytes = 0;  // zero bytes no block holds, after the message
   bool staleRecord = false;    // an unlisted record block before the real one
+  bool stalePages = false;     // listed NBT pages that the node B-tree does not use
   // The attachment's name: the PC's 8-bit value and the table's cell, each
   // UTF-16LE ("a.txt" with and without a terminator when empty).
   Bytes attachmentName8;
@@ -36,6 +37,7 @@ struct Sample {
   std::uint64_t recordIb = 0;
   std::uint64_t strayIb = 0;        // where the stray bytes start
   std::uint64_t staleRecordIb = 0;  // where the stale record block starts
+  std::uint64_t stalePageIb = 0;    // where the first stale page starts
 };
 
 Sample buildSample(const SampleOptions& options = {});
