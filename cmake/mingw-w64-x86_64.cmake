@@ -27,6 +27,12 @@ if(NOT DEFINED GTest_DIR)
       "GoogleTest built from source for the cross build")
 endif()
 
+# nlohmann-json (header-only) likewise comes from the Debian package.
+if(NOT DEFINED nlohmann_json_DIR)
+  set(nlohmann_json_DIR ${CMAKE_CURRENT_LIST_DIR}/nlohmann-cross CACHE PATH
+      "nlohmann-json headers for the cross build")
+endif()
+
 if(NOT CMAKE_CROSSCOMPILING_EMULATOR)
   set(CMAKE_CROSSCOMPILING_EMULATOR
       ${CMAKE_CURRENT_LIST_DIR}/wine-run.sh ${CMAKE_BINARY_DIR}/wineprefix)

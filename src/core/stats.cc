@@ -1,5 +1,7 @@
 #include "core/stats.h"
 
+#include <algorithm>
+
 #ifdef _WIN32
 #include <windows.h>
 #else
@@ -13,6 +15,37 @@ thread_local int g_paused = 0;
 
 StatsPause::StatsPause() { ++g_paused; }
 StatsPause::~StatsPause() { --g_paused; }
+
+template <typename T>
+void StatSummary<T>::Add(T value) {
+  min = count == 0 ? value : std::min(min, value);
+  max = count == 0 ? value : std::max(max, value);
+  total += value;
+  ++count;
+  if (recent.size() < kWindow) {
+    // The whole window at once: its size no longer depends on the load.
+    if (recent.capacity() < kWindow) recent.reserve(kWindow);
+    recent.push_back(value);
+    return;
+  }
+  recent[next_] = value;
+  next_ = (next_ + 1) % kWindow;
+}
+
+// A copy whose window starts with the oldest entry.
+template <typename U>
+StatSummary<U> InOrder(const StatSummary<U>& s) {
+  StatSummary<U> out = s;
+  std::rotate(out.recent.begin(),
+              out.recent.begin() + static_cast<std::ptrdiff_t>(s.next_),
+              out.recent.end());
+  out.recent.shrink_to_fit();
+  out.next_ = 0;
+  return out;
+}
+
+template struct StatSummary<uint64_t>;
+template struct StatSummary<double>;
 
 Stats& Stats::Instance() {
   static Stats* instance = new Stats();  // never destroyed: usable at exit
@@ -48,26 +81,26 @@ void Stats::StopTimer(const std::string& name) {
   std::lock_guard<std::mutex> lock(mu_);
   auto it = running_.find(name);
   if (it == running_.end()) return;
-  durations_[name].push_back((now - it->second) / 1000);
+  durations_[name].Add((now - it->second) / 1000);
   running_.erase(it);
 }
 
 void Stats::Record(const std::string& name, double value) {
   if (g_paused != 0) return;
   std::lock_guard<std::mutex> lock(mu_);
-  values_[name].push_back(value);
+  values_[name].Add(value);
 }
 
-std::vector<uint64_t> Stats::Durations(const std::string& name) const {
+StatSummary<uint64_t> Stats::Durations(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
   auto it = durations_.find(name);
-  return it == durations_.end() ? std::vector<uint64_t>() : it->second;
+  return it == durations_.end() ? StatSummary<uint64_t>() : InOrder(it->second);
 }
 
-std::vector<double> Stats::Values(const std::string& name) const {
+StatSummary<double> Stats::Values(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
   auto it = values_.find(name);
-  return it == values_.end() ? std::vector<double>() : it->second;
+  return it == values_.end() ? StatSummary<double>() : InOrder(it->second);
 }
 
 bool Stats::TimerRunning(const std::string& name) const {

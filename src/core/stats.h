@@ -1,7 +1,10 @@
 // Process-wide statistics: named timers and named series of doubles.
-// Nothing in the file depends on them; tests read them back.
+// Nothing in the file depends on them. Each name keeps a summary and a
+// bounded window of its latest entries, so the registry's memory stays
+// the same however many writers a process runs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -10,6 +13,25 @@
 
 namespace virel {
 
+// The summary of one name: every entry counted, the latest kept.
+template <typename T>
+struct StatSummary {
+  static constexpr size_t kWindow = 4096;  // latest entries kept per name
+
+  uint64_t count = 0;
+  T total = 0;
+  T min = 0;
+  T max = 0;
+  std::vector<T> recent;  // the latest entries, oldest first
+
+  void Add(T value);
+
+ private:
+  size_t next_ = 0;  // slot of the oldest entry once the window is full
+  template <typename U>
+  friend StatSummary<U> InOrder(const StatSummary<U>& s);
+};
+
 class Stats {
  public:
   static Stats& Instance();
@@ -17,13 +39,13 @@ class Stats {
   // Stores the current monotonic time (ns) under `name`, replacing a
   // running measurement of the same name.
   void StartTimer(const std::string& name);
-  // Appends the elapsed microseconds to the name's durations, if started.
+  // Adds the elapsed microseconds to the name's durations, if started.
   void StopTimer(const std::string& name);
   void Record(const std::string& name, double value);
 
-  // Read accessors for tests.
-  std::vector<uint64_t> Durations(const std::string& name) const;
-  std::vector<double> Values(const std::string& name) const;
+  // Read accessors for tests; an unknown name gives an empty summary.
+  StatSummary<uint64_t> Durations(const std::string& name) const;
+  StatSummary<double> Values(const std::string& name) const;
   bool TimerRunning(const std::string& name) const;
   void Reset();
 
@@ -33,8 +55,8 @@ class Stats {
   Stats() = default;
   mutable std::mutex mu_;
   std::map<std::string, uint64_t> running_;
-  std::map<std::string, std::vector<uint64_t>> durations_;
-  std::map<std::string, std::vector<double>> values_;
+  std::map<std::string, StatSummary<uint64_t>> durations_;
+  std::map<std::string, StatSummary<double>> values_;
 };
 
 // Nothing is recorded on this thread while one of these lives: planning

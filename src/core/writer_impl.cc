@@ -151,6 +151,7 @@ void Virel::Impl::Finalise() {
   WriteAllFolders(folders_, contents_, data_.get(), &nodes_);
   // Items were written and entered as nodes when they were added.
   WriteNameToIdMap(names_, data_.get(), &nodes_);
+  nodes_.DropPages();  // an earlier attempt's pages are left unlisted
   const ndb::Bref nbt = WriteTree(true);
   const ndb::Bref bbt = WriteTree(false);
   WriteCounters();

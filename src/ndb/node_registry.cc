@@ -115,6 +115,12 @@ void NodeRegistry::RegisterBlock(uint64_t bid, uint64_t ib, uint64_t cb) {
 
 void NodeRegistry::RegisterPage(uint64_t bid, uint64_t ib) {
   blocks_[bid] = {bid, ib, static_cast<uint16_t>(kPageDataSize), 1, kPageSize};
+  page_bids_.push_back(bid);
+}
+
+void NodeRegistry::DropPages() {
+  for (uint64_t bid : page_bids_) blocks_.erase(bid);
+  page_bids_.clear();
 }
 
 uint64_t NodeRegistry::NextBid(bool internal) {

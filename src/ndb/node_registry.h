@@ -57,6 +57,9 @@ class NodeRegistry {
   std::optional<BlockRecord> FindBlock(uint64_t bid) const;
   void RegisterBlock(uint64_t bid, uint64_t ib, uint64_t cb);
   void RegisterPage(uint64_t bid, uint64_t ib);
+  // Forgets every placed page: a close that failed part-way placed pages
+  // that the retried close replaces, and the BBT must not list them.
+  void DropPages();
   uint64_t NextBid(bool internal);
 
   size_t node_count() const { return nodes_.size(); }
@@ -71,6 +74,7 @@ class NodeRegistry {
   uint64_t next_block_index_ = 1;
   std::unordered_map<uint32_t, Node> nodes_;
   std::unordered_map<uint64_t, BlockRecord> blocks_;
+  std::vector<uint64_t> page_bids_;
 };
 
 }  // namespace ndb

@@ -43,14 +43,17 @@ inline Bytes EntryId(uint32_t nid) {
   return id;
 }
 
-// Opens a written file and fails the test on any violation.
+// Opens a written file and fails the test on any violation or warning.
 inline vread::Mailbox OpenChecked(const std::string& path) {
   vread::Mailbox box = vread::Mailbox::open(path);
   EXPECT_EQ(box.loadError(), "");
   for (const auto& v : box.violations()) {
     ADD_FAILURE() << "violation at " << v.offset << ": " << v.message;
   }
-  EXPECT_TRUE(box.complete());
+  for (const auto& w : box.warnings()) {
+    ADD_FAILURE() << "warning at " << w.offset << " (" << w.size << " bytes): " << w.message;
+  }
+  EXPECT_EQ(box.status(), vread::FileStatus::Complete);
   return box;
 }
 

@@ -416,7 +416,8 @@ inline std::string InspectClean(const std::string& path, const std::string& capt
   std::string text;
   EXPECT_EQ(RunInspect(Quoted(path), capture, &text), 0) << text;
   EXPECT_NE(text.find("Violations: 0\n"), std::string::npos) << text;
-  EXPECT_NE(text.find("Status:    complete"), std::string::npos) << text;
+  EXPECT_NE(text.find("Warnings:   0\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Status:    complete\n"), std::string::npos) << text;
   return text;
 }
 

@@ -28,4 +28,9 @@ cmp "$work/a.pst" "$work/b.pst" >/dev/null || {
   # Only the simple message's time stamp may differ between the two runs.
   test "$(cmp -l "$work/a.pst" "$work/b.pst" | wc -l)" -le 64
 }
+# The installed inspector runs and prints the project version.
+version=$(for part in MAJOR MINOR PATCH; do
+  sed -n "s/^#define VIREL_VERSION_${part} *\([0-9]*\).*/\1/p" "$work/prefix/include/virel.h"
+done | paste -sd.)
+test "$("$work/prefix/bin/virel-inspect" --version)" = "virel-inspect $version"
 echo "install tree OK"

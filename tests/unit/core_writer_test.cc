@@ -28,17 +28,44 @@ TEST(CoreStats, TimersAndSeries) {
   Stats& s = Stats::Instance();
   s.Reset();
   s.StopTimer("never started");  // nothing to stop
-  EXPECT_TRUE(s.Durations("never started").empty());
+  EXPECT_EQ(s.Durations("never started").count, 0u);
   s.StartTimer("t");
   EXPECT_TRUE(s.TimerRunning("t"));
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
   s.StopTimer("t");
   EXPECT_FALSE(s.TimerRunning("t"));
-  ASSERT_EQ(s.Durations("t").size(), 1u);
-  EXPECT_GE(s.Durations("t")[0], 1000u);  // microseconds
-  s.Record("v", 1.5);
+  const auto t = s.Durations("t");
+  ASSERT_EQ(t.count, 1u);
+  EXPECT_GE(t.total, 1000u);  // microseconds
+  EXPECT_EQ(t.recent, std::vector<uint64_t>{t.total});
   s.Record("v", 2.5);
-  EXPECT_EQ(s.Values("v"), (std::vector<double>{1.5, 2.5}));
+  s.Record("v", 1.5);
+  const auto v = s.Values("v");
+  EXPECT_EQ(v.count, 2u);
+  EXPECT_EQ(v.total, 4.0);
+  EXPECT_EQ(v.min, 1.5);
+  EXPECT_EQ(v.max, 2.5);
+  EXPECT_EQ(v.recent, (std::vector<double>{2.5, 1.5}));
+}
+
+TEST(CoreStats, KeepsOnlyTheLatestWindow) {
+  Stats& s = Stats::Instance();
+  s.Reset();
+  const size_t window = StatSummary<double>::kWindow;
+  const size_t n = window * 3 + 5;
+  for (size_t i = 0; i < n; ++i) s.Record("w", static_cast<double>(i));
+  const auto w = s.Values("w");
+  EXPECT_EQ(w.count, n);
+  EXPECT_EQ(w.min, 0.0);
+  EXPECT_EQ(w.max, static_cast<double>(n - 1));
+  EXPECT_EQ(w.total, static_cast<double>(n) * static_cast<double>(n - 1) / 2);
+  ASSERT_EQ(w.recent.size(), window);
+  EXPECT_EQ(w.recent.front(), static_cast<double>(n - window));  // oldest kept
+  EXPECT_EQ(w.recent.back(), static_cast<double>(n - 1));
+  for (size_t i = 1; i < window; ++i) {
+    ASSERT_EQ(w.recent[i], w.recent[i - 1] + 1) << i;
+  }
+  s.Reset();
 }
 
 TEST(CoreWriter, OpeningReservesTheHead) {

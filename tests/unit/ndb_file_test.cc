@@ -216,11 +216,11 @@ TEST(NdbBlockAllocator, AllocatesAlignedSpaceReusesAndRecordsStats) {
   EXPECT_EQ(alloc.OffsetOf(h1), 0u);
   EXPECT_EQ(alloc.Allocate(100, 8), h1);  // reused, not split
   EXPECT_EQ(alloc.OffsetOf(h1), 0x6400u);
-  EXPECT_EQ(Stats::Instance().Values("block_reuse").size(), 1u);
-  EXPECT_EQ(Stats::Instance().Values("block_new_allocation").size(), 3u);
-  EXPECT_EQ(Stats::Instance().Values("block_allocate"),
+  EXPECT_EQ(Stats::Instance().Values("block_reuse").count, 1u);
+  EXPECT_EQ(Stats::Instance().Values("block_new_allocation").count, 3u);
+  EXPECT_EQ(Stats::Instance().Values("block_allocate").recent,
             (std::vector<double>{144, 80, 16}));
-  EXPECT_EQ(Stats::Instance().Durations("block_allocate").size(), 4u);
+  EXPECT_EQ(Stats::Instance().Durations("block_allocate").count, 4u);
 
   // Among free records the latest that fits is taken; a smaller or
   // misaligned one is passed over and stays free.

@@ -41,6 +41,14 @@ class TempDir {
   std::filesystem::path path_;
 };
 
+// Memory-backed storage where the system has it, for tests that write
+// many files; else the temp dir.
+inline std::filesystem::path ScratchBase() {
+  std::error_code ec;
+  if (std::filesystem::is_directory("/dev/shm", ec)) return "/dev/shm";
+  return std::filesystem::temp_directory_path();
+}
+
 inline std::vector<uint8_t> ReadAll(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});

@@ -1,4 +1,5 @@
-// --extract-attachments: writes every attachment's bytes into a directory.
+// --extract-attachments: writes every attachment's bytes into a directory,
+// saying what it wrote.
 #pragma once
 
 #include <ostream>
@@ -8,7 +9,9 @@
 
 namespace inspect {
 
-// Returns false when the directory or a file could not be written.
-bool extractAttachments(const vread::Mailbox& mailbox, const std::string& dir, std::ostream& log);
+// Existing files are kept unless `overwrite` is set. Returns false when the
+// directory or a file could not be written, or a file was kept; an
+// attachment whose data the file does not hold is skipped with a note.
+bool extractAttachments(const vread::Mailbox& mailbox, const std::string& dir, bool overwrite, std::ostream& log);
 
 }  // namespace inspect

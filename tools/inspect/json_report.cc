@@ -1,6 +1,5 @@
 #include "json_report.h"
 
-#include "json_writer.h"
 #include "status.h"
 #include "text.h"
 
@@ -8,119 +7,96 @@ namespace inspect {
 
 namespace {
 
-void writeHeader(const vread::Mailbox& m, JsonWriter& w) {
+using vread::hex;
+
+Json header(const vread::Mailbox& m) {
   const vread::HeaderInfo& h = m.header();
-  w.beginObject("header");
-  w.value("state", vread::stateName(h.state));
-  w.value("magic", h.magic);
-  w.value("version", std::uint64_t{h.version});
-  w.value("fileSize", h.fileSize);
-  w.value("ibFileEof", h.fileEof);
-  w.value("nbtRootBid", h.nbt.bid);
-  w.value("nbtRootIb", h.nbt.ib);
-  w.value("bbtRootBid", h.bbt.bid);
-  w.value("bbtRootIb", h.bbt.ib);
-  w.endObject();
+  return {{"state", vread::stateName(h.state)}, {"magic", h.magic},
+          {"version", h.version},                {"fileSize", h.fileSize},
+          {"ibFileEof", h.fileEof},              {"nbtRootBid", hex(h.nbt.bid)},
+          {"nbtRootIb", h.nbt.ib},               {"bbtRootBid", hex(h.bbt.bid)},
+          {"bbtRootIb", h.bbt.ib}};
 }
 
-void writeCounts(const vread::Mailbox& m, JsonWriter& w) {
-  w.beginObject("counts");
-  w.value("nodes", std::uint64_t{m.nodes().size()});
-  w.value("blocks", std::uint64_t{m.blocks().size()});
-  w.value("unreferencedBlocks", std::uint64_t{m.unreferencedBlocks().size()});
-  w.value("unlistedBlocks", std::uint64_t{m.unlistedBlocks().size()});
-  w.value("nbtPages", std::uint64_t{m.nbtPages().size()});
-  w.value("bbtPages", std::uint64_t{m.bbtPages().size()});
-  w.value("mapPages", std::uint64_t{m.mapPageCount()});
-  w.endObject();
-  if (auto r = m.recordBlock()) {
-    w.beginObject("record");
-    w.value("messages", std::uint64_t{r->messages});
-    w.value("events", std::uint64_t{r->events});
-    w.value("ib", r->ib);
-    w.endObject();
-  }
+Json counts(const vread::Mailbox& m) {
+  return {{"nodes", m.nodes().size()},
+          {"blocks", m.blocks().size()},
+          {"unreferencedBlocks", m.unreferencedBlocks().size()},
+          {"unlistedBlocks", m.unlistedBlocks().size()},
+          {"nbtPages", m.nbtPages().size()},
+          {"bbtPages", m.bbtPages().size()},
+          {"mapPages", m.mapPageCount()}};
 }
 
-void writeViolations(const vread::Mailbox& m, JsonWriter& w) {
-  w.beginArray("violations");
-  for (const auto& v : m.violations()) {
-    w.beginObject();
-    w.value("offset", v.offset);
-    w.value("message", v.message);
-    w.endObject();
-  }
-  w.endArray();
+Json violations(const vread::Mailbox& m) {
+  Json out = Json::array();
+  for (const auto& v : m.violations()) out.push_back({{"offset", v.offset}, {"message", v.message}});
+  return out;
 }
 
-void writeOptionalTime(const char* key, const std::optional<std::uint64_t>& t, JsonWriter& w) {
-  if (t) w.value(key, vread::filetimeToIso(*t));
+Json warnings(const vread::Mailbox& m) {
+  Json out = Json::array();
+  for (const auto& w : m.warnings()) out.push_back({{"offset", w.offset}, {"size", w.size}, {"message", w.message}});
+  return out;
 }
 
-void writeItem(const vread::Item& it, JsonWriter& w) {
-  w.beginObject();
-  w.value("nid", std::uint64_t{it.nid});
-  w.value("kind", it.isEvent ? "event" : "message");
-  w.value("class", it.messageClass);
-  w.value("subject", it.subject);
-  w.value("senderName", it.senderName);
-  w.value("senderAddress", it.senderAddress);
-  w.beginArray("recipients");
-  for (const auto& r : it.recipients) {
-    w.beginObject();
-    w.value("kind", recipientKind(r.type));
-    w.value("name", r.name);
-    w.value("address", r.address);
-    w.endObject();
-  }
-  w.endArray();
-  w.beginArray("attachments");
-  for (const auto& a : it.attachments) {
-    w.beginObject();
-    w.value("name", a.name);
-    w.value("size", a.size);
-    w.endObject();
-  }
-  w.endArray();
-  writeOptionalTime("start", it.start, w);
-  writeOptionalTime("end", it.end, w);
-  if (it.location) w.value("location", *it.location);
-  w.endObject();
+Json item(const vread::Item& it) {
+  Json j = {{"nid", hex(it.nid)},
+            {"kind", it.isEvent ? "event" : "message"},
+            {"class", it.messageClass},
+            {"subject", it.subject},
+            {"senderName", it.senderName},
+            {"senderAddress", it.senderAddress},
+            {"recipients", Json::array()},
+            {"attachments", Json::array()}};
+  for (const auto& r : it.recipients)
+    j["recipients"].push_back({{"kind", recipientKind(r.type)}, {"name", r.name}, {"address", r.address}});
+  for (const auto& a : it.attachments)
+    j["attachments"].push_back({{"number", a.number}, {"name", a.name}, {"size", a.size}});
+  if (it.start) j["start"] = vread::filetimeToIso(*it.start);
+  if (it.end) j["end"] = vread::filetimeToIso(*it.end);
+  if (it.location) j["location"] = *it.location;
+  return j;
 }
 
-void writeFolders(const vread::Mailbox& m, JsonWriter& w) {
-  w.beginArray("folders");
+Json folders(const vread::Mailbox& m) {
+  Json out = Json::array();
   for (const auto& f : m.folders()) {
-    w.beginObject();
-    w.value("nid", std::uint64_t{f.nid});
-    w.value("parent", std::uint64_t{f.parent});
-    w.value("name", f.name);
-    w.value("containerClass", f.containerClass);
-    w.beginArray("children");
-    for (auto c : f.children) w.value(nullptr, std::uint64_t{c});
-    w.endArray();
-    w.beginArray("items");
-    for (const auto& it : f.items) writeItem(it, w);
-    w.endArray();
-    w.endObject();
+    Json children = Json::array();
+    for (auto c : f.children) children.push_back(hex(c));
+    Json items = Json::array();
+    for (const auto& it : f.items) items.push_back(item(it));
+    out.push_back({{"nid", hex(f.nid)},
+                   {"parent", hex(f.parent)},
+                   {"name", f.name},
+                   {"containerClass", f.containerClass},
+                   {"children", children},
+                   {"items", items}});
   }
-  w.endArray();
+  return out;
 }
 
 }  // namespace
 
+void printJson(const Json& json, std::ostream& out) {
+  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
 void printJsonReport(const std::string& path, const vread::Mailbox& m, std::ostream& out) {
-  JsonWriter w(out);
-  w.beginObject();
-  w.value("file", path);
-  w.value("status", verdictName(verdictOf(m)));
-  writeHeader(m, w);
-  if (m.header().state == vread::HeaderState::Final) writeCounts(m, w);
-  if (auto name = m.storeName()) w.value("store", *name);
-  writeViolations(m, w);
-  writeFolders(m, w);
-  w.endObject();
-  w.finish();
+  Json j;
+  j["file"] = path;
+  j["status"] = vread::statusName(m.status());
+  j["header"] = header(m);
+  if (m.header().state == vread::HeaderState::Final) {
+    j["counts"] = counts(m);
+    if (auto r = m.recordBlock())
+      j["record"] = {{"messages", r->messages}, {"events", r->events}, {"ib", r->ib}};
+  }
+  if (auto name = m.storeName()) j["store"] = *name;
+  j["violations"] = violations(m);
+  j["warnings"] = warnings(m);
+  j["folders"] = folders(m);
+  printJson(j, out);
 }
 
 }  // namespace inspect

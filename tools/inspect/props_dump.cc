@@ -26,7 +26,7 @@ void printTc(const vread::TableContext& tc, const vread::NameMap& names, const s
         << unsigned{c.cbData} << " iBit " << unsigned{c.iBit} << "\n";
   for (const auto& r : tc.rows()) {
     out << indent << "  row " << r.index << " id " << hex(r.rowId) << ":\n";
-    for (std::size_t i = 0; i < r.cells.size(); ++i) {
+    for (std::size_t i = 0; i < r.cells.size() && i < tc.columns().size(); ++i) {
       const auto& cell = r.cells[i];
       out << indent << "    " << formatTag(tc.columns()[i].tag, names) << " = "
           << (cell.exists ? formatValue(tc.columns()[i].tag, cell.value) : std::string("(absent)")) << "\n";
@@ -44,6 +44,34 @@ void printContext(const std::optional<vread::PropertyContext>& pc, const std::op
     out << indent << "(data is neither a readable property context nor a table context)\n";
 }
 
+Json pcJson(const vread::PropertyContext& pc, const vread::NameMap& names) {
+  Json props = Json::array();
+  for (const auto& entry : pc.all())
+    props.push_back({{"tag", formatTag(entry.first, names)}, {"value", formatValue(entry.first, entry.second.bytes)}});
+  return {{"kind", "property context"}, {"properties", props}};
+}
+
+Json tcJson(const vread::TableContext& tc, const vread::NameMap& names) {
+  Json columns = Json::array();
+  for (const auto& c : tc.columns())
+    columns.push_back({{"tag", formatTag(c.tag, names)}, {"ibData", c.ibData}, {"cbData", c.cbData}, {"iBit", c.iBit}});
+  Json rows = Json::array();
+  for (const auto& r : tc.rows()) {
+    Json cells = Json::array();
+    for (std::size_t i = 0; i < r.cells.size() && i < tc.columns().size(); ++i)
+      cells.push_back(r.cells[i].exists ? Json(formatValue(tc.columns()[i].tag, r.cells[i].value)) : Json());
+    rows.push_back({{"index", r.index}, {"rowId", hex(r.rowId)}, {"cells", cells}});
+  }
+  return {{"kind", "table context"}, {"columns", columns}, {"rows", rows}};
+}
+
+Json contextJson(const std::optional<vread::PropertyContext>& pc, const std::optional<vread::TableContext>& tc,
+                 const vread::NameMap& names) {
+  if (pc) return pcJson(*pc, names);
+  if (tc) return tcJson(*tc, names);
+  return {{"kind", "unreadable"}};
+}
+
 }  // namespace
 
 bool printNodeProperties(const vread::Mailbox& m, std::uint32_t nid, std::ostream& out) {
@@ -57,6 +85,24 @@ bool printNodeProperties(const vread::Mailbox& m, std::uint32_t nid, std::ostrea
     printContext(m.subnodeProperties(nid, s.nid), m.subnodeTable(nid, s.nid), m.nameMap(), "    ", out);
   }
   return true;
+}
+
+std::optional<Json> nodePropertiesJson(const vread::Mailbox& m, std::uint32_t nid) {
+  const vread::NodeEntry* n = m.node(nid);
+  if (n == nullptr) return std::nullopt;
+  Json subnodes = Json::array();
+  for (const auto& s : m.subnodes(nid))
+    subnodes.push_back({{"nid", hex(s.nid)},
+                        {"data", hex(s.bidData)},
+                        {"subnodes", hex(s.bidSub)},
+                        {"context", contextJson(m.subnodeProperties(nid, s.nid), m.subnodeTable(nid, s.nid),
+                                                m.nameMap())}});
+  return Json{{"nid", hex(n->nid)},
+              {"data", hex(n->bidData)},
+              {"subnodes", hex(n->bidSub)},
+              {"parent", hex(n->parent)},
+              {"context", contextJson(m.properties(nid), m.table(nid), m.nameMap())},
+              {"subnodeList", subnodes}};
 }
 
 }  // namespace inspect

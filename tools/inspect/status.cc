@@ -2,21 +2,18 @@
 
 namespace inspect {
 
-Verdict verdictOf(const vread::Mailbox& mailbox) {
-  if (mailbox.header().state == vread::HeaderState::Provisional) return Verdict::Incomplete;
-  return mailbox.complete() ? Verdict::Complete : Verdict::Invalid;
+int exitCode(vread::FileStatus status) {
+  bool complete = status == vread::FileStatus::Complete || status == vread::FileStatus::CompleteWithWarnings;
+  return complete ? kExitOk : kExitBadFile;
 }
 
-const char* verdictName(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::Complete: return "complete";
-    case Verdict::Incomplete: return "incomplete";
-    case Verdict::Invalid: return "invalid";
+const char* statusNote(vread::FileStatus status) {
+  switch (status) {
+    case vread::FileStatus::Provisional: return "incomplete: the writer never completed its close";
+    case vread::FileStatus::CompleteWithWarnings: return "every structure is readable; see the warnings";
+    default: return "";
   }
-  return "invalid";
 }
-
-int exitCode(Verdict verdict) { return verdict == Verdict::Complete ? kExitOk : kExitBadFile; }
 
 const char* recipientKind(std::uint32_t type) {
   switch (type) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint16_t kFirstNamedId = 0x8000;
 
-std::string quoted(const std::string& s) { return "\"" + s + "\""; }
+std::string quoted(const std::string& s) { return "\"" + printable(s) + "\""; }
 
 std::string tagHex(std::uint32_t tag) {
   char buf[16];
@@ -21,6 +21,13 @@ std::string tagHex(std::uint32_t tag) {
 }
 
 }  // namespace
+
+std::string printable(const std::string& text) {
+  std::string out = text;
+  for (char& c : out)
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';
+  return out;
+}
 
 std::string formatValue(std::uint32_t tag, const vread::Bytes& b) {
   using namespace vread;

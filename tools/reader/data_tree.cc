@@ -22,8 +22,14 @@ std::uint64_t NodeBytes::fileOffset(std::size_t pos) const {
   return segments.empty() ? 0 : segments.front().fileOffset;
 }
 
+// A block appears once in a tree: a repeat would be a cycle, or a way for
+// a few bytes to stand for gigabytes.
 std::optional<BlockPayload> DataTreeReader::fetch(std::uint64_t bid, std::uint64_t refOffset, const char* what) {
   reached_.insert(bid);
+  if (!inTree_.insert(bid).second) {
+    log_.add(refOffset, std::string(what) + " BID " + hex(bid) + " appears twice in one tree");
+    return std::nullopt;
+  }
   if (blocks_.find(bid) == nullptr) {
     log_.add(refOffset, std::string(what) + " BID " + hex(bid) + " is not in the BBT");
     return std::nullopt;
@@ -32,6 +38,7 @@ std::optional<BlockPayload> DataTreeReader::fetch(std::uint64_t bid, std::uint64
 }
 
 std::optional<NodeBytes> DataTreeReader::readData(std::uint64_t bid, std::uint64_t refOffset) {
+  inTree_.clear();
   NodeBytes out;
   if (!isInternal(bid)) {
     if (!appendChunk(bid, refOffset, out)) return std::nullopt;
@@ -101,6 +108,7 @@ bool DataTreeReader::appendXBlock(const BlockPayload& block, int level, NodeByte
 }
 
 std::optional<std::vector<SubnodeEntry>> DataTreeReader::readSubnodes(std::uint64_t bid, std::uint64_t refOffset) {
+  inTree_.clear();
   std::vector<SubnodeEntry> out;
   if (!collectSubnodes(bid, refOffset, 0, out)) return std::nullopt;
   std::set<std::uint32_t> nids;

@@ -51,6 +51,7 @@ class DataTreeReader {
   const BlockStore& blocks_;
   ViolationLog& log_;
   std::set<std::uint64_t> reached_;
+  std::set<std::uint64_t> inTree_;  // the blocks of the tree being read
 };
 
 }  // namespace vread

@@ -10,6 +10,7 @@ namespace {
 
 using namespace layout;
 
+constexpr std::uint64_t kMagicSize = 4;
 constexpr std::uint32_t kNidCounters[] = {0x21,  0x61,  0x122, 0x162, 0x1A2, 0x202, 0x242, 0x282,
                                           0x2C2, 0x302, 0x342, 0x382, 0x3C2, 0x402, 0x442};
 
@@ -90,7 +91,7 @@ HeaderInfo readHeader(const FileImage& file, ViolationLog& log) {
     log.add(0, "file is shorter than the 512-byte header");
     return info;
   }
-  info.magic.assign(reinterpret_cast<const char*>(h), 4);
+  for (std::uint64_t i = 0; i < kMagicSize; ++i) info.magic += h[i] >= 0x20 && h[i] < 0x7F ? char(h[i]) : '?';
   std::uint32_t magic = le32(h);
   if (magic != kMagicUnicode && magic != kMagicAnsi) {
     log.add(0, "magic is " + hex(magic) + ", not \"!BDP\"");

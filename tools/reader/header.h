@@ -22,7 +22,7 @@ enum class HeaderState {
 
 struct HeaderInfo {
   HeaderState state = HeaderState::Invalid;
-  std::string magic;  // the first four bytes as text
+  std::string magic;  // the first four bytes as text, '?' for any byte that is not printable ASCII
   bool unicode = false;
   std::uint16_t version = 0;
   std::uint16_t clientVersion = 0;

@@ -1,5 +1,7 @@
 #include "item_reader.h"
 
+#include <algorithm>
+
 #include "layout.h"
 #include "tags.h"
 #include "text.h"
@@ -12,6 +14,8 @@ namespace {
 
 const char* const kAppointmentClass = "IPM.Appointment";
 constexpr std::uint32_t kAttachmentShift = 5;
+constexpr std::uint16_t kReplacementChar = 0xFFFD;
+constexpr std::size_t kTerminatorSize = 2;
 
 std::uint32_t attachmentNid(std::uint32_t number) { return (number << kAttachmentShift) | kNidTypeAttachment; }
 
@@ -98,10 +102,8 @@ std::optional<Attachment> ItemReader::readAttachment(const Item& item, const Tab
     log_.add(row.offset, "attachment " + hex(att.subnodeNid) + ": number in its PC differs from the table");
   if (pc->u32(tag::kAttachSize) != att.size)
     log_.add(row.offset, "attachment " + hex(att.subnodeNid) + ": size in its PC differs from the table");
-  const PropValue* name = pc->find(tag::kAttachLongFilename8);
-  if (name == nullptr) name = pc->find(tag::kAttachFilename8);
-  if (name != nullptr && utf16ToUtf8(name->bytes) != att.name)
-    log_.add(name->offset, "attachment " + hex(att.subnodeNid) + ": file name in its PC differs from the table");
+  const Cell* cell = table.cell(row, tag::kAttachFilename);
+  checkAttachmentName(att, cell ? cell->value : Bytes{}, *pc);
   auto bid = pc->u64(tag::kAttachDataBinary);
   if (!bid) {
     log_.add(row.offset, "attachment " + hex(att.subnodeNid) + " has no 8-byte data reference");
@@ -110,6 +112,33 @@ std::optional<Attachment> ItemReader::readAttachment(const Item& item, const Tab
   att.dataBid = *bid;
   checkAttachmentData(att, pc->find(tag::kAttachDataBinary)->offset);
   return att;
+}
+
+// The table cell holds the platform conversion of the caller's name (bad
+// UTF-8 becomes U+FFFD); the PC's 8-bit names hold the terminated encoding
+// of the same text (bad bytes skipped, continuation bits taken as they
+// stand). The two agree, but for the terminator, only when the conversion
+// replaced nothing, so only then are they compared.
+void ItemReader::checkAttachmentName(const Attachment& att, const Bytes& cell, const PropertyContext& pc) {
+  const std::string name = "attachment " + hex(att.subnodeNid) + ": ";
+  const PropValue* longName = pc.find(tag::kAttachLongFilename8);
+  const PropValue* shortName = pc.find(tag::kAttachFilename8);
+  if (longName && shortName && longName->bytes != shortName->bytes)
+    log_.add(shortName->offset, name + "its two file names in the PC differ");
+  bool replaced = false;
+  for (std::size_t i = 0; i + 1 < cell.size(); i += 2) replaced = replaced || le16(cell.data() + i) == kReplacementChar;
+  for (const PropValue* value : {longName, shortName}) {
+    if (value == nullptr) continue;
+    // Up to four zero bytes (the bare terminator, say) are kept in the record
+    // as dwValueHnid 0, which reads as no bytes.
+    const Bytes b = value->bytes.empty() ? Bytes(kTerminatorSize, 0) : value->bytes;
+    if (b.size() < kTerminatorSize || b.size() % 2 != 0 || b[b.size() - 1] != 0 || b[b.size() - 2] != 0) {
+      log_.add(value->offset, name + "file name in its PC is not terminated UTF-16");
+      continue;
+    }
+    if (!replaced && !std::equal(cell.begin(), cell.end(), b.begin(), b.end() - kTerminatorSize))
+      log_.add(value->offset, name + "file name in its PC differs from the table");
+  }
 }
 
 void ItemReader::checkAttachmentData(const Attachment& att, std::uint64_t at) {

@@ -19,6 +19,7 @@ class ItemReader {
   void readRecipients(Item& item);
   void readAttachments(Item& item);
   std::optional<Attachment> readAttachment(const Item& item, const TableContext& table, const Row& row);
+  void checkAttachmentName(const Attachment& att, const Bytes& cell, const PropertyContext& pc);
   void checkAttachmentData(const Attachment& att, std::uint64_t at);
   void readEventTimes(Item& item, const PropertyContext& pc);
 

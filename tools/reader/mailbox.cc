@@ -79,7 +79,8 @@ void Mailbox::State::findRecordBlock() {
       for (std::size_t k = 8; k < b.payload.size(); ++k)
         if (b.payload[k] != 0) log.add(b.ib + k, "record block has non-zero bytes after its two counts");
     } else {
-      log.add(b.ib, "block " + hex(b.bid) + " (cb " + std::to_string(b.cb) + ") is in the file but not in the BBT");
+      log.warn(b.ib, blockSpan(b.cb),
+               "unlisted space: block " + hex(b.bid) + " (cb " + std::to_string(b.cb) + ") is in the file but not in the BBT");
     }
   }
   if (!record) log.add(db->header().fileEof, "the record block of message and event counts is missing");
@@ -122,6 +123,15 @@ Mailbox Mailbox::fromBytes(Bytes bytes) {
 const std::string& Mailbox::loadError() const { return state_->loadError; }
 const HeaderInfo& Mailbox::header() const { return state_->db->header(); }
 const std::vector<Violation>& Mailbox::violations() const { return state_->log.all(); }
+
+const std::vector<Warning>& Mailbox::warnings() const { return state_->log.warnings(); }
+
+FileStatus Mailbox::status() const {
+  if (!state_->loadError.empty() || !state_->log.empty()) return FileStatus::Invalid;
+  if (header().state == HeaderState::Provisional) return FileStatus::Provisional;
+  if (!complete()) return FileStatus::Invalid;
+  return warnings().empty() ? FileStatus::Complete : FileStatus::CompleteWithWarnings;
+}
 
 bool Mailbox::complete() const {
   return state_->loadError.empty() && header().state == HeaderState::Final && state_->db->readable() &&

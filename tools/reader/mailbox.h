@@ -10,6 +10,7 @@
 #include "btree.h"
 #include "data_tree.h"
 #include "database.h"
+#include "file_status.h"
 #include "header.h"
 #include "mailbox_model.h"
 #include "name_map.h"
@@ -40,9 +41,14 @@ class Mailbox {
 
   const std::string& loadError() const;
   const HeaderInfo& header() const;
-  // Final header, both B-trees readable and no violations.
+  // Final header, both B-trees readable and no violations (warnings allowed).
   bool complete() const;
   const std::vector<Violation>& violations() const;
+  // Unlisted space and other defects that leave every structure readable.
+  const std::vector<Warning>& warnings() const;
+  // Provisional (clean provisional header), Complete, CompleteWithWarnings,
+  // or Invalid (any violation, or a file that could not be loaded).
+  FileStatus status() const;
 
   // Node database.
   const std::vector<NodeEntry>& nodes() const;

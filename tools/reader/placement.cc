@@ -5,6 +5,7 @@
 #include <string>
 
 #include "layout.h"
+#include "page.h"
 
 namespace vread {
 
@@ -50,12 +51,31 @@ void checkUniqueIndex(const BlockTree& bbt, ViolationLog& log) {
       log.add(b.entryOffset, "block " + hex(b.bid) + " shares its BID index with another block");
 }
 
+// A listed B-tree page that neither B-tree uses: a close retried after a
+// failed finalisation lists the first attempt's pages. It is a sound page
+// that nothing needs.
+bool isStalePage(const PlacementInput& in, const BlockEntry& b) {
+  if (b.cb != kPageAsBlockCb) return false;
+  for (std::uint8_t ptype : {kPtypeNbt, kPtypeBbt}) {
+    if (!looksLikePage(in.file, b.ib, ptype)) continue;
+    ViolationLog quiet;
+    readPage(in.file, b.ib, {ptype, b.bid, signature(b.ib, b.bid), "page"}, quiet);
+    return quiet.empty();
+  }
+  return false;
+}
+
 std::vector<Extent> collectExtents(const PlacementInput& in, ViolationLog& log) {
   std::vector<Extent> out{{0, kHeaderSize, "header"}};
   for (std::uint64_t ib : in.maps.offsets) out.push_back({ib, ib + kPageSize, "map page"});
   for (const auto& p : in.bbt.pages) out.push_back({p.ib, p.ib + kPageSize, "BBT page " + hex(p.bid)});
   std::set<std::uint64_t> nbtPages = pageOffsets(in.nbt.pages);
   for (const auto& b : in.bbt.blocks) {
+    if (!nbtPages.count(b.ib) && isStalePage(in, b)) {
+      log.warn(b.ib, kPageSize, "page " + hex(b.bid) + " is listed in the BBT but belongs to neither B-tree");
+      out.push_back({b.ib, b.ib + kPageSize, "page " + hex(b.bid)});
+      continue;
+    }
     bool isPage = nbtPages.count(b.ib) != 0;
     const std::uint64_t span = isPage ? kPageSize : blockSpan(in.store.payloadSize(b));
     checkEntry(b, isPage, span, in.header, log);
@@ -80,13 +100,17 @@ void checkOverlaps(std::vector<Extent>& extents, ViolationLog& log) {
 }
 
 // Walks the gaps between extents up to ibFileEof, decoding any block found.
+// Bytes that hold no block are unlisted space up to the next block found
+// on the block alignment: a warning, since nothing listed depends on them.
 std::vector<UnlistedBlock> scanGaps(const PlacementInput& in, const std::vector<Extent>& extents, ViolationLog& log) {
   std::vector<UnlistedBlock> found;
   std::uint64_t pos = kReservedEnd;
   std::size_t next = 0;
-  while (pos < in.header.fileEof) {
+  // A header that points past the end of the file was reported already.
+  const std::uint64_t end = std::min(in.header.fileEof, in.file.size());
+  while (pos < end) {
     while (next < extents.size() && extents[next].end <= pos) ++next;
-    std::uint64_t gapEnd = next < extents.size() ? std::min(extents[next].start, in.header.fileEof) : in.header.fileEof;
+    std::uint64_t gapEnd = next < extents.size() ? std::min(extents[next].start, end) : end;
     if (gapEnd <= pos) {
       pos = extents[next].end;
       continue;
@@ -97,8 +121,12 @@ std::vector<UnlistedBlock> scanGaps(const PlacementInput& in, const std::vector<
       pos += blockSpan(block->data.size());
       continue;
     }
-    log.add(pos, std::to_string(gapEnd - pos) + " bytes are covered by no listed block or page");
-    pos = gapEnd;
+    std::uint64_t resume = pos + kBlockAlign;
+    while (resume < gapEnd && !in.store.readAt(resume)) resume += kBlockAlign;
+    resume = std::min(resume, gapEnd);
+    log.warn(pos, resume - pos, "unlisted space: " + std::to_string(resume - pos) +
+                                    " bytes are covered by no listed block or page");
+    pos = resume;
   }
   return found;
 }

@@ -1,5 +1,8 @@
 #include "property_context.h"
 
+#include <set>
+#include <utility>
+
 #include "bth.h"
 #include "layout.h"
 #include "prop_types.h"
@@ -31,29 +34,62 @@ bool isValueAllocation(const Heap& heap, const Bth& bth, std::uint32_t hid) {
   return heap.isHid(hid) && !bth.structureHids.count(hid) && heap.item(hid)->size() > kInlineLimit;
 }
 
-// Assigns the value allocations from `hid` on, in order, to records from
-// `from` on; the latest fitting record is tried first.
+// Assigns the value allocations from `hid` on, in order, to the `allowed`
+// records from `from` on; the latest fitting record is tried first.
+// `failed` remembers the (hid, from) pairs that have no assignment, so
+// that crafted records cannot make the search exponential.
 bool assignValues(const Heap& heap, const Bth& bth, std::uint32_t hid, std::size_t from,
-                  std::vector<bool>& inHeap) {
+                  const std::vector<bool>& allowed, std::vector<bool>& inHeap,
+                  std::set<std::pair<std::uint32_t, std::size_t>>& failed) {
   if (!isValueAllocation(heap, bth, hid)) return true;
+  if (failed.count({hid, from})) return false;
   for (std::size_t i = bth.records.size(); i-- > from;) {
     const Bytes& d = bth.records[i].data;
-    if (isInlineType(le16(d.data())) || le32(d.data() + 2) != hid) continue;
+    if (!allowed[i] || isInlineType(le16(d.data())) || le32(d.data() + 2) != hid) continue;
     inHeap[i] = true;
-    if (assignValues(heap, bth, hid + kHidStep, i + 1, inHeap)) return true;
+    if (assignValues(heap, bth, hid + kHidStep, i + 1, allowed, inHeap, failed)) return true;
     inHeap[i] = false;
   }
+  failed.insert({hid, from});
   return false;
+}
+
+bool assignValues(const Heap& heap, const Bth& bth, const std::vector<bool>& allowed, std::vector<bool>& inHeap) {
+  std::set<std::pair<std::uint32_t, std::size_t>> failed;
+  return assignValues(heap, bth, kFirstHid, 0, allowed, inHeap, failed);
+}
+
+// Pairs of properties that always hold the same value: subject and
+// normalised subject, sender and sent-representing name, an attachment's
+// two 8-bit file names.
+constexpr std::uint16_t kMirrors[][2] = {{0x0037, 0x0E1D}, {0x0C1A, 0x0042}, {0x3704, 0x3707}};
+
+// Two records cannot both own one allocation, so mirrors whose records are
+// equal hold a short value in the record; they are left out of the match.
+std::vector<bool> withoutEqualMirrors(const Bth& bth) {
+  std::vector<bool> allowed(bth.records.size(), true);
+  auto index = [&](std::uint16_t id) -> std::optional<std::size_t> {
+    for (std::size_t i = 0; i < bth.records.size(); ++i)
+      if (le16(bth.records[i].key.data()) == id) return i;
+    return std::nullopt;
+  };
+  for (const auto& pair : kMirrors) {
+    auto a = index(pair[0]), b = index(pair[1]);
+    if (a && b && bth.records[*a].data == bth.records[*b].data) allowed[*a] = allowed[*b] = false;
+  }
+  return allowed;
 }
 
 // Values longer than four bytes sit on the heap in tag order, one
 // allocation each, before the record array; shorter ones, strings
 // included, sit in the record itself, where their bytes can equal a heap
 // ID. So the records that refer to the heap are found by matching the
-// value allocations to the records in order.
+// value allocations to the records in order, equal mirrors left out if
+// that works.
 std::vector<bool> heapReferences(const Heap& heap, const Bth& bth) {
   std::vector<bool> inHeap(bth.records.size(), false);
-  if (!assignValues(heap, bth, kFirstHid, 0, inHeap)) {
+  const std::vector<bool> all(bth.records.size(), true);
+  if (!assignValues(heap, bth, withoutEqualMirrors(bth), inHeap) && !assignValues(heap, bth, all, inHeap)) {
     // No consistent match: take every record that names an allocation.
     for (std::size_t i = 0; i < bth.records.size(); ++i) {
       const Bytes& d = bth.records[i].data;

@@ -4,10 +4,18 @@
 
 namespace vread {
 
-void ViolationLog::add(std::uint64_t offset, const std::string& message) {
+std::string ViolationLog::prefix() const {
   std::string text;
   for (const auto& c : context_) text += c + ": ";
-  items_.push_back({offset, text + message});
+  return text;
+}
+
+void ViolationLog::add(std::uint64_t offset, const std::string& message) {
+  items_.push_back({offset, prefix() + message});
+}
+
+void ViolationLog::warn(std::uint64_t offset, std::uint64_t size, const std::string& message) {
+  warnings_.push_back({offset, size, prefix() + message});
 }
 
 ViolationLog::Scope::Scope(ViolationLog& log, const std::string& context) : log_(log) {

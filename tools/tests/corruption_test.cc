@@ -80,7 +80,9 @@ TEST(Corruption, BrokenHeapMapIsReportedInsideTheBlock) {
 }
 
 TEST(Corruption, TableAndCountDisagreementsAreReported) {
-  vread::Mailbox m = vread::Mailbox::fromBytes(buildSample({true, 1}).image);
+  SampleOptions reversed;
+  reversed.reverseContents = true;
+  vread::Mailbox m = vread::Mailbox::fromBytes(buildSample(reversed).image);
   // The row index ranks rows by ID while the matrix holds them out of order:
   // each row ID then lands on the other item's cells.
   bool mismatch = false;
@@ -88,7 +90,9 @@ TEST(Corruption, TableAndCountDisagreementsAreReported) {
     mismatch |= v.message.find("row for item 0x24 shows class \"IPM.Note.Other\"") != std::string::npos;
   EXPECT_TRUE(mismatch) << describe(m);
 
-  Sample s = buildSample({false, 3});
+  SampleOptions threeMessages;
+  threeMessages.recordMessages = 3;
+  Sample s = buildSample(threeMessages);
   vread::Mailbox counts = vread::Mailbox::fromBytes(s.image);
   EXPECT_TRUE(hasViolation(counts, s.recordIb, "record block counts 3 messages")) << describe(counts);
 }
@@ -109,6 +113,36 @@ TEST(Corruption, MissingBlocksAndOverrunsAreReported) {
   put32(image, 400, vread::crc32(image.data(), 512));
   vread::Mailbox cut = vread::Mailbox::fromBytes(image);
   EXPECT_TRUE(hasViolation(cut, s.recordIb, "record block")) << describe(cut);
+}
+
+}  // namespace
+
+namespace {
+
+// The PC's 8-bit file name is the terminated encoding of the caller's text,
+// the table cell its platform conversion: compared only when the cell
+// replaced nothing.
+TEST(Corruption, AttachmentNamesAreComparedOnlyWhereTheEncodingsAgree) {
+  const std::uint64_t kAttachment = 0x05;
+  auto check = [&](const Bytes& name8, const Bytes& cell) {
+    SampleOptions options;
+    options.attachmentName8 = name8;
+    options.attachmentCell = cell;
+    return vread::Mailbox::fromBytes(buildSample(options).image);
+  };
+  // Bad UTF-8 "a\xFFb": skipped in the PC, U+FFFD in the table.
+  vread::Mailbox replaced = check({'a', 0, 'b', 0, 0, 0}, {'a', 0, 0xFD, 0xFF, 'b', 0});
+  EXPECT_TRUE(replaced.violations().empty()) << describe(replaced);
+
+  vread::Mailbox differs = check({'b', 0, 0, 0}, {});
+  ASSERT_EQ(differs.violations().size(), 1u) << describe(differs);
+  EXPECT_NE(differs.violations()[0].message.find("attachment " + vread::hex(kAttachment) +
+                                                 ": file name in its PC differs from the table"),
+            std::string::npos);
+
+  vread::Mailbox unterminated = check(u16le("a.txt"), {});
+  ASSERT_EQ(unterminated.violations().size(), 1u) << describe(unterminated);
+  EXPECT_NE(unterminated.violations()[0].message.find("is not terminated UTF-16"), std::string::npos);
 }
 
 }  // namespace

@@ -182,6 +182,12 @@ std::uint64_t ImageBuilder::addBlock(Bytes payload, bool internal) {
   return bid;
 }
 
+std::uint64_t ImageBuilder::addUnlistedBlock(Bytes payload) {
+  std::uint64_t ib = image_.size();
+  blocks_.erase(addBlock(std::move(payload), false));
+  return ib;
+}
+
 std::uint64_t ImageBuilder::addData(const Bytes& data) {
   constexpr std::size_t kChunk = 8176;
   if (data.size() <= kChunk) return addBlock(data, false);
@@ -272,7 +278,7 @@ std::pair<std::uint64_t, std::uint64_t> ImageBuilder::writeTree(const std::vecto
   return {bid, appendPage(root, ptype, bid)};
 }
 
-Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events) {
+Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events, bool stalePages) {
   writeMapPages();
   std::vector<Bytes> nbt;
   for (const auto& [nid, n] : nodes_) {
@@ -284,6 +290,10 @@ Bytes ImageBuilder::finish(std::uint32_t messages, std::uint32_t events) {
     nbt.push_back(e);
   }
   std::uint64_t firstPage = image_.size();
+  if (stalePages) {
+    staleIb = firstPage;
+    writeTree(nbt, 32, 0x81, 15);
+  }
   std::tie(nbtBid_, nbtIb) = writeTree(nbt, 32, 0x81, 15);
   for (std::uint64_t ib = firstPage; ib < image_.size(); ib += 512)
     blocks_[image_[ib + 504] | (std::uint64_t{image_[ib + 505]} << 8)] = {ib, 496};

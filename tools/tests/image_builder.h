@@ -36,13 +36,20 @@ class ImageBuilder {
   std::uint64_t addData(const Bytes& data);  // one block, or an XBLOCK over 8176-byte chunks
   std::uint64_t addSubnodes(const std::vector<std::array<std::uint64_t, 3>>& entries);
   void addNode(std::uint32_t nid, std::uint64_t bidData, std::uint64_t bidSub, std::uint32_t parent);
+  // Space the BBT will not list: raw bytes, or a whole block left out of it.
+  void appendUnlisted(const Bytes& raw) { image_.insert(image_.end(), raw.begin(), raw.end()); }
+  std::uint64_t addUnlistedBlock(Bytes payload);
+  std::uint64_t size() const { return image_.size(); }
   // Writes map pages, both B-trees, the record block and the final header.
-  Bytes finish(std::uint32_t messages, std::uint32_t events);
+  // `stalePages`: the node B-tree's pages are written twice, both listed in
+  // the BBT, as a retried close leaves them.
+  Bytes finish(std::uint32_t messages, std::uint32_t events, bool stalePages = false);
 
   std::uint64_t ibOf(std::uint64_t bid) const { return blocks_.at(bid).first; }
   std::uint64_t nbtIb = 0;
   std::uint64_t bbtIb = 0;
   std::uint64_t recordIb = 0;
+  std::uint64_t staleIb = 0;  // the first stale page
 
  private:
   std::uint64_t nextBid(bool internal) { return (next_++ << 2) | (internal ? 2u : 0u); }

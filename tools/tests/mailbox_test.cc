@@ -8,15 +8,11 @@ namespace {
 
 using namespace testimg;
 
-std::string describe(const vread::Mailbox& m) {
-  std::string out;
-  for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
-  return out;
-}
-
 TEST(Mailbox, ReadsSampleAsCompleteWithFolderTree) {
   vread::Mailbox m = vread::Mailbox::fromBytes(buildSample().image);
   ASSERT_TRUE(m.complete()) << describe(m);
+  EXPECT_EQ(m.status(), vread::FileStatus::Complete);
+  EXPECT_TRUE(m.warnings().empty());
   EXPECT_EQ(m.header().state, vread::HeaderState::Final);
   EXPECT_EQ(m.storeName(), "Personal Folders");
   ASSERT_EQ(m.folders().size(), 7u);
@@ -87,7 +83,46 @@ TEST(Mailbox, ReportsProvisionalHeaderAsIncomplete) {
   EXPECT_EQ(m.header().state, vread::HeaderState::Provisional);
   EXPECT_TRUE(m.violations().empty()) << describe(m);
   EXPECT_FALSE(m.complete());
+  EXPECT_EQ(m.status(), vread::FileStatus::Provisional);
   EXPECT_TRUE(m.folders().empty());
+}
+
+TEST(Mailbox, UnlistedSpaceIsAWarningWithItsOffsetAndSize) {
+  SampleOptions options;
+  options.strayBytes = 192;
+  options.staleRecord = true;
+  Sample s = buildSample(options);
+  vread::Mailbox m = vread::Mailbox::fromBytes(s.image);
+  EXPECT_TRUE(m.violations().empty()) << describe(m);
+  EXPECT_TRUE(m.complete());
+  EXPECT_EQ(m.status(), vread::FileStatus::CompleteWithWarnings);
+  EXPECT_STREQ(vread::statusName(m.status()), "complete, with warnings");
+  ASSERT_EQ(m.warnings().size(), 2u);
+  EXPECT_EQ(m.warnings()[0].offset, s.strayIb);
+  EXPECT_EQ(m.warnings()[0].size, 192u);
+  EXPECT_EQ(m.warnings()[1].offset, s.staleRecordIb);
+  EXPECT_EQ(m.warnings()[1].size, 64u + 16u);  // payload and trailer
+  // The last record block still counts.
+  ASSERT_TRUE(m.recordBlock());
+  EXPECT_EQ(m.recordBlock()->ib, s.recordIb);
+
+  // Listed pages that belong to neither B-tree, as a retried close leaves.
+  SampleOptions retried;
+  retried.stalePages = true;
+  Sample r = buildSample(retried);
+  vread::Mailbox stale = vread::Mailbox::fromBytes(r.image);
+  EXPECT_TRUE(stale.violations().empty()) << describe(stale);
+  EXPECT_EQ(stale.status(), vread::FileStatus::CompleteWithWarnings);
+  ASSERT_FALSE(stale.warnings().empty());
+  EXPECT_TRUE(hasWarning(stale, r.stalePageIb, "belongs to neither B-tree")) << describe(stale);
+  EXPECT_EQ(stale.warnings()[0].size, 512u);
+
+  // A final file cut short of the padded minimum stays invalid.
+  Bytes cut = s.image;
+  cut.resize(200000);
+  vread::Mailbox shortFile = vread::Mailbox::fromBytes(cut);
+  EXPECT_TRUE(hasViolation(shortFile, 200000, "padded minimum")) << describe(shortFile);
+  EXPECT_EQ(shortFile.status(), vread::FileStatus::Invalid);
 }
 
 }  // namespace

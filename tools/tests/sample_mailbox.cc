@@ -22,9 +22,13 @@ std::uint64_t folderData(ImageBuilder& b, const std::string& name) {
   return b.addData(pcHeap({{kName, u16le(name)}, {0x3613001F, u16le("IPF.Note")}}));
 }
 
-std::uint64_t messageSubnodes(ImageBuilder& b) {
-  Bytes file = u16le("a.txt");
-  file.insert(file.end(), {0, 0});
+std::uint64_t messageSubnodes(ImageBuilder& b, const SampleOptions& options) {
+  Bytes file = options.attachmentName8;
+  if (file.empty()) {
+    file = u16le("a.txt");
+    file.insert(file.end(), {0, 0});
+  }
+  const Bytes cell = options.attachmentCell.empty() ? u16le("a.txt") : options.attachmentCell;
   std::uint64_t data = b.addData(attachmentBytes());
   std::uint64_t attPc = b.addData(pcHeap({{0x0E210003, le32b(0)},
                                           {0x37050003, le32b(1)},
@@ -33,7 +37,7 @@ std::uint64_t messageSubnodes(ImageBuilder& b) {
                                           {0x37010102, le64b(data)}}));
   std::uint64_t attTable = b.addData(tcHeap({0x0E210003, 0x3704001F, 0x0E200003, 0x37050003},
                                             {{0x05, {{0x0E210003, le32b(0)},
-                                                     {0x3704001F, u16le("a.txt")},
+                                                     {0x3704001F, cell},
                                                      {0x0E200003, le32b(kAttachmentSize)},
                                                      {0x37050003, le32b(1)}}}}));
   std::uint64_t recipients = b.addData(tcHeap(
@@ -84,14 +88,18 @@ Sample buildSample(const SampleOptions& options) {
 
   b.addNode(kMessage, b.addData(pcHeap({{kClass, u16le("IPM.Note")}, {0x0037001F, u16le("Hello")},
                                         {0x0C1A001F, u16le("Alice")}})),
-            messageSubnodes(b), 0x202);
+            messageSubnodes(b, options), 0x202);
+  s.strayIb = b.size();
+  b.appendUnlisted(Bytes(options.strayBytes, 0));
+  if (options.staleRecord) s.staleRecordIb = b.addUnlistedBlock(Bytes(64, 0));
   b.addNode(kCalendar, folderData(b, "Calendar"),
             tableSubnode(b, 0x0E, {kClass}, {{kEvent, {{kClass, u16le("IPM.Appointment")}}}}), kRoot);
   b.addNode(kEvent, b.addData(pcHeap({{kClass, u16le("IPM.Appointment")}, {0x0037001F, u16le("Meeting")},
                                       {0x80000040, le64b(kStartFiletime)}, {0x80010040, le64b(kEndFiletime)},
                                       {0x8002001F, u16le("Room 1")}})),
             0, kCalendar);
-  s.image = b.finish(options.recordMessages + (options.reverseContents ? 1 : 0), 1);
+  s.image = b.finish(options.recordMessages + (options.reverseContents ? 1 : 0), 1, options.stalePages);
+  s.stalePageIb = b.staleIb;
   s.nbtIb = b.nbtIb;
   s.recordIb = b.recordIb;
   return s;
@@ -103,9 +111,16 @@ bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::stri
   return false;
 }
 
+bool hasWarning(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment) {
+  for (const auto& w : m.warnings())
+    if (w.offset == offset && w.message.find(fragment) != std::string::npos) return true;
+  return false;
+}
+
 std::string describe(const vread::Mailbox& m) {
   std::string out;
   for (const auto& v : m.violations()) out += vread::hex(v.offset) + " " + v.message + "\n";
+  for (const auto& w : m.warnings()) out += "warning " + vread::hex(w.offset) + " " + w.message + "\n";
   return out;
 }
 

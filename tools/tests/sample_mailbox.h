@@ -21,6 +21,13 @@ constexpr std::uint64_t kEndFiletime = kStartFiletime + 36000000000ull;
 struct SampleOptions {
   bool reverseContents = false;  // Inbox contents rows out of NID order
   std::uint32_t recordMessages = 1;
+  std::size_t strayBytes = 0;  // zero bytes no block holds, after the message
+  bool staleRecord = false;    // an unlisted record block before the real one
+  bool stalePages = false;     // listed NBT pages that the node B-tree does not use
+  // The attachment's name: the PC's 8-bit value and the table's cell, each
+  // UTF-16LE ("a.txt" with and without a terminator when empty).
+  Bytes attachmentName8;
+  Bytes attachmentCell;
 };
 
 struct Sample {
@@ -28,6 +35,9 @@ struct Sample {
   std::uint64_t inboxDataIb = 0;  // the Inbox PC block
   std::uint64_t nbtIb = 0;
   std::uint64_t recordIb = 0;
+  std::uint64_t strayIb = 0;        // where the stray bytes start
+  std::uint64_t staleRecordIb = 0;  // where the stale record block starts
+  std::uint64_t stalePageIb = 0;    // where the first stale page starts
 };
 
 Sample buildSample(const SampleOptions& options = {});
@@ -35,7 +45,9 @@ Bytes attachmentBytes();
 
 // A violation at exactly `offset` whose text contains `fragment`.
 bool hasViolation(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment);
-// Every violation, one per line, for failure messages.
+// A warning at exactly `offset` whose text contains `fragment`.
+bool hasWarning(const vread::Mailbox& m, std::uint64_t offset, const std::string& fragment);
+// Every violation and warning, one per line, for failure messages.
 std::string describe(const vread::Mailbox& m);
 
 }  // namespace testimg
