@@ -1,6 +1,7 @@
-// Fuzzes the importer's readers: the same bytes read as a MIME message and
-// as an iCalendar file. Neither may crash or leak, and every text the MIME
-// reader returns must be valid UTF-8, whatever the input.
+// Fuzzes the importer's readers: the same bytes read as a MIME message, as
+// an mbox file (each of its messages decoded) and as an iCalendar file.
+// None may crash or leak, and every text the MIME reader returns must be
+// valid UTF-8, whatever the input.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "ical_reader.h"
+#include "mbox_file.h"
 #include "mime_reader.h"
 #include "text_charset.h"
 
@@ -42,6 +44,9 @@ void CheckMail(const vimport::MailItem& item) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string raw(reinterpret_cast<const char*>(data), size);
   CheckMail(vimport::ParseMessage(raw));
+  vimport::MboxReader mbox(raw);
+  std::string message;
+  while (mbox.Next(&message)) CheckMail(vimport::ParseMessage(message));
   std::vector<std::string> errors;
   vimport::ParseCalendar(raw, &errors);
   return 0;
