@@ -93,7 +93,10 @@ TEST_F(InspectCli, ExtractionReportsWhatItWroteAndKeepsExistingFiles) {
 // the documented exit code, and with --json a document every parser takes.
 TEST_F(InspectCli, BadPathsAndBadFilesGiveDocumentedExitCodes) {
   std::string out;
-  EXPECT_EQ(Run(Quoted(File("")), &out), kUsage);
+  // No trailing separator: on Windows "dir\" would escape the quote.
+  const std::string directory = File("adir");
+  std::filesystem::create_directory(directory);
+  EXPECT_EQ(Run(Quoted(directory), &out), kUsage);
   EXPECT_NE(out.find("is a directory"), std::string::npos) << out;
   EXPECT_EQ(Run(Quoted(File("missing.pst")), &out), kUsage);
   EXPECT_NE(out.find("cannot open"), std::string::npos) << out;

@@ -214,7 +214,11 @@ std::string FillToTheEdge(const Profile& p, uint32_t seed) {
   EXPECT_TRUE(testutil::ReadAll(plain_path) == testutil::ReadAll(checked_path));
 
   // The item turned away is fine in itself but makes close fail.
-  auto over = std::make_unique<Virel::Impl>(dir.File("over.pst"));
+  // The failed writer stays alive with its file open, so each call needs a
+  // name of its own (Windows cannot remove an open file).
+  static int calls = 0;
+  auto over = std::make_unique<Virel::Impl>(
+      dir.File("over" + std::to_string(++calls) + ".pst"));
   Replay(over.get(), attempts);
   EXPECT_NO_THROW(Add(over.get(), *overflow));
   std::string error;

@@ -25,7 +25,9 @@ class TempDir {
       if (c == '/') c = '_';
     }
     path_ = std::filesystem::temp_directory_path() / name;
-    std::filesystem::remove_all(path_);
+    // A file a kept-alive writer holds open may stay behind on Windows.
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
     std::filesystem::create_directories(path_);
   }
   ~TempDir() {
