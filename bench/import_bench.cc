@@ -10,11 +10,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include "importer.h"
+#include "input_file.h"
 #include "mbox_file.h"
 #include "mime_reader.h"
 
@@ -81,10 +82,10 @@ size_t ParseWithGMime(const std::string& path) {
 // Every message split off the mbox and decoded as the importer does,
 // without writing anything.
 size_t DecodeLikeTheImporter(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  const std::string data((std::istreambuf_iterator<char>(in)), {});
-  vimport::MboxReader reader(data);
-  std::string raw;
+  vimport::InputFile file;
+  if (!file.Open(path)) return 0;
+  vimport::MboxReader reader(file.bytes());
+  std::string_view raw;
   size_t n = 0;
   while (reader.Next(&raw)) n += vimport::ParseMessage(raw).subject.empty() ? 0 : 1;
   return n;

@@ -1,9 +1,11 @@
 #include "importer.h"
 
 #include <exception>
-#include <fstream>
+#include <string_view>
+#include <utility>
 
 #include "ical_reader.h"
+#include "input_file.h"
 #include "input_scan.h"
 #include "mbox_file.h"
 #include "mime_reader.h"
@@ -26,16 +28,6 @@ const char* KindName(SourceKind kind) {
       break;
   }
   return "message";
-}
-
-bool ReadFile(const std::string& path, std::string* data) {
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  if (!in) return false;
-  const std::streamoff size = in.tellg();
-  if (size < 0) return false;
-  data->resize(static_cast<size_t>(size));
-  in.seekg(0);
-  return static_cast<bool>(in.read(&(*data)[0], size)) || size == 0;
 }
 
 ItemOutcome NewOutcome(const std::string& path, std::optional<size_t> index,
@@ -73,8 +65,8 @@ class Importer {
  private:
   void Read(const Source& source) {
     report_->inputs.push_back({source.path, KindName(source.kind), {}});
-    std::string data;
-    if (!ReadFile(source.path, &data)) {
+    InputFile file;
+    if (!file.Open(source.path)) {
       report_->errors.push_back(source.path + ": cannot read");
       return;
     }
@@ -82,28 +74,28 @@ class Importer {
     if (folder.empty()) folder = kDefaultMessageFolder;
     switch (source.kind) {
       case SourceKind::kMbox: {
-        MboxReader reader(data);
-        std::string raw;
+        MboxReader reader(file.bytes());
+        std::string_view raw;
         for (size_t i = 0; reader.Next(&raw); ++i) {
           Message(source.path, i, raw, folder);
         }
         break;
       }
       case SourceKind::kMessage:
-        Message(source.path, std::nullopt, data, folder);
+        Message(source.path, std::nullopt, file.bytes(), folder);
         break;
       case SourceKind::kCalendar:
-        Calendar(source.path, data);
+        Calendar(source.path, std::string(file.bytes()));
         break;
     }
   }
 
   void Message(const std::string& path, std::optional<size_t> index,
-               const std::string& raw, const std::string& folder) {
-    const MailItem item = ParseMessage(raw);
+               std::string_view raw, const std::string& folder) {
+    MailItem item = ParseMessage(raw);
     ItemOutcome outcome = NewOutcome(path, index, ItemKind::kMessage);
-    outcome.problems = item.problems;
-    const Placement p = series_.AddMessage(folder, ToMessageRecord(item));
+    outcome.problems = std::move(item.problems);
+    const Placement p = series_.AddMessage(folder, ToMessageRecord(std::move(item)));
     if (p.status == PlaceStatus::kRejected) rejected_.AddMessage(raw);
     Record(&outcome, p, folder);
   }
