@@ -42,7 +42,7 @@ bool InputFile::Open(const std::string& path) {
   Release();
   const Descriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat st;
-  if (fd.get() < 0 || fstat(fd.get(), &st) != 0) return false;
+  if (fd.get() < 0 || fstat(fd.get(), &st) != 0 || S_ISDIR(st.st_mode)) return false;
   if (S_ISREG(st.st_mode)) {
     if (st.st_size == 0) return true;
     // Populated up front: one pass over the page cache instead of a fault
