@@ -7,7 +7,7 @@
 #include "ical_reader.h"
 #include "input_file.h"
 #include "input_scan.h"
-#include "mbox_file.h"
+#include "mbox_decoder.h"
 #include "mime_reader.h"
 #include "output_series.h"
 #include "records.h"
@@ -74,15 +74,15 @@ class Importer {
     if (folder.empty()) folder = kDefaultMessageFolder;
     switch (source.kind) {
       case SourceKind::kMbox: {
-        MboxReader reader(file.bytes());
-        std::string_view raw;
-        for (size_t i = 0; reader.Next(&raw); ++i) {
-          Message(source.path, i, raw, folder);
+        MboxDecoder decoder(file.bytes());
+        DecodedMessage m;
+        for (size_t i = 0; decoder.Next(&m); ++i) {
+          Message(source.path, i, m.raw(), std::move(m.item), folder);
         }
         break;
       }
       case SourceKind::kMessage:
-        Message(source.path, std::nullopt, file.bytes(), folder);
+        Message(source.path, std::nullopt, file.bytes(), ParseMessage(file.bytes()), folder);
         break;
       case SourceKind::kCalendar:
         Calendar(source.path, std::string(file.bytes()));
@@ -91,8 +91,7 @@ class Importer {
   }
 
   void Message(const std::string& path, std::optional<size_t> index,
-               std::string_view raw, const std::string& folder) {
-    MailItem item = ParseMessage(raw);
+               std::string_view raw, MailItem item, const std::string& folder) {
     ItemOutcome outcome = NewOutcome(path, index, ItemKind::kMessage);
     outcome.problems = std::move(item.problems);
     const Placement p = series_.AddMessage(folder, ToMessageRecord(std::move(item)));

@@ -21,11 +21,14 @@ class MboxReader {
   // the reader when a quoted line had to be unquoted; it stays valid until
   // the next call.
   bool Next(std::string_view* message);
+  // True when the last message had quoted lines: it lies in the reader.
+  bool last_unquoted() const { return last_unquoted_; }
 
  private:
   std::string_view data_;
   size_t pos_ = 0;
   std::string unquoted_;
+  bool last_unquoted_ = false;
 };
 
 // Every message of an mbox file, as MboxReader reads them.

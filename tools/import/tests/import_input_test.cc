@@ -1,5 +1,6 @@
-// Reading inputs in place: mapped files and mbox messages handed out as
-// views, one unquoting buffer reused from message to message.
+// Reading inputs in place: mapped files, mbox messages handed out as views
+// (one unquoting buffer reused from message to message), and decoded
+// ahead of the writer on a thread of their own.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,7 +10,9 @@
 #include <vector>
 
 #include "input_file.h"
+#include "mbox_decoder.h"
 #include "mbox_file.h"
+#include "mime_reader.h"
 #include "unit/test_util.h"
 
 namespace vimport {
@@ -60,6 +63,58 @@ TEST(MboxFile, ViewsOfEachMessageInTurn) {
                                          "Subject: 3\n\nplain\n",
                                          "Subject: 4\n\nFrom four"};
   EXPECT_EQ(got, want);
+}
+
+std::string Mbox(size_t messages) {
+  std::string mbox;
+  for (size_t i = 0; i < messages; ++i) {
+    std::string raw = "Subject: m" + std::to_string(i) + "\nFrom: a" + std::to_string(i) +
+                      "@example.org\n\n" + std::string(i * 37 % 500, 'x') + "\n";
+    if (i % 3 == 0) raw += "From the middle of a body\n";
+    mbox += ToMboxEntry(raw);
+  }
+  return mbox;
+}
+
+TEST(MboxDecoder, HandsOutWhatTheReaderAndParserGiveInOrder) {
+  const std::string mbox = Mbox(100);
+  // Queue bounds from none to all of it: one message and a few bytes
+  // ahead, a few messages, everything.
+  for (const auto& [ahead, bytes] : std::vector<std::pair<size_t, size_t>>{
+           {1, 1}, {3, 600}, {1000, size_t(1) << 30}}) {
+    MboxReader reader(mbox);
+    MboxDecoder decoder(mbox, ahead, bytes);
+    std::string_view want;
+    DecodedMessage got;
+    size_t count = 0;
+    while (reader.Next(&want)) {
+      ASSERT_TRUE(decoder.Next(&got)) << count;
+      EXPECT_EQ(got.raw(), want);
+      EXPECT_EQ(got.unquoted, count % 3 == 0);
+      const MailItem item = ParseMessage(want);
+      EXPECT_EQ(got.item.subject, item.subject);
+      EXPECT_EQ(got.item.from.address, item.from.address);
+      EXPECT_EQ(got.item.body_plain, item.body_plain);
+      ++count;
+    }
+    EXPECT_EQ(count, 100u);
+    EXPECT_FALSE(decoder.Next(&got));
+    EXPECT_FALSE(decoder.Next(&got));  // and stays done
+  }
+  DecodedMessage none;
+  EXPECT_FALSE(MboxDecoder("").Next(&none));
+}
+
+TEST(MboxDecoder, StopsWhenLeftEarly) {
+  const std::string mbox = Mbox(500);
+  for (size_t taken : {0u, 1u, 20u}) {
+    MboxDecoder decoder(mbox, 4, size_t(1) << 20);
+    DecodedMessage m;
+    for (size_t i = 0; i < taken; ++i) {
+      ASSERT_TRUE(decoder.Next(&m));
+      EXPECT_EQ(m.item.subject, "m" + std::to_string(i));
+    }
+  }  // each destructor stops the thread while it waits for room
 }
 
 }  // namespace
