@@ -4,11 +4,10 @@
 #include <string_view>
 #include <utility>
 
+#include "decode_ahead.h"
 #include "ical_reader.h"
 #include "input_file.h"
 #include "input_scan.h"
-#include "mbox_decoder.h"
-#include "mime_reader.h"
 #include "output_series.h"
 #include "records.h"
 #include "rejected_items.h"
@@ -54,7 +53,18 @@ class Importer {
     report_->skipped = scan.skipped;
     try {
       if (!scan.sources.empty() || scan.errors.empty()) series_.Open();
-      for (const Source& source : scan.sources) Read(source);
+      const std::vector<Source>& sources = scan.sources;
+      for (size_t i = 0; i < sources.size();) {
+        // A run of message files is decoded ahead as one.
+        size_t end = i;
+        while (end < sources.size() && sources[end].kind == SourceKind::kMessage) ++end;
+        if (end > i) {
+          ReadMessageFiles(sources, i, end);
+          i = end;
+        } else {
+          Read(sources[i++]);
+        }
+      }
     } catch (const std::exception& e) {
       // The output cannot be written: nothing further can be imported.
       report_->errors.push_back(e.what());
@@ -63,30 +73,49 @@ class Importer {
   }
 
  private:
+  std::string FolderOf(const Source& source) const {
+    std::string folder = options_.folder.value_or(source.folder);
+    return folder.empty() ? kDefaultMessageFolder : folder;
+  }
+
+  void CannotRead(const std::string& path) {
+    report_->errors.push_back(path + ": cannot read");
+  }
+
+  // An mbox or a calendar.
   void Read(const Source& source) {
     report_->inputs.push_back({source.path, KindName(source.kind), {}});
     InputFile file;
     if (!file.Open(source.path)) {
-      report_->errors.push_back(source.path + ": cannot read");
+      CannotRead(source.path);
       return;
     }
-    std::string folder = options_.folder.value_or(source.folder);
-    if (folder.empty()) folder = kDefaultMessageFolder;
-    switch (source.kind) {
-      case SourceKind::kMbox: {
-        MboxDecoder decoder(file.bytes());
-        DecodedMessage m;
-        for (size_t i = 0; decoder.Next(&m); ++i) {
-          Message(source.path, i, m.raw(), std::move(m.item), folder);
-        }
-        break;
+    if (source.kind == SourceKind::kCalendar) {
+      Calendar(source.path, std::string(file.bytes()));
+      return;
+    }
+    const std::string folder = FolderOf(source);
+    DecodeAhead decoder(MboxMessages(file.bytes()));
+    DecodedMessage m;
+    for (size_t i = 0; decoder.Next(&m); ++i) {
+      Message(source.path, i, m.raw(), std::move(m.item), folder);
+    }
+  }
+
+  // The message files sources[begin, end).
+  void ReadMessageFiles(const std::vector<Source>& sources, size_t begin, size_t end) {
+    std::vector<std::string> paths;
+    for (size_t i = begin; i < end; ++i) paths.push_back(sources[i].path);
+    DecodeAhead decoder(MessageFiles(std::move(paths)));
+    DecodedMessage m;
+    for (size_t i = begin; i < end && decoder.Next(&m); ++i) {
+      const Source& source = sources[i];
+      report_->inputs.push_back({source.path, KindName(source.kind), {}});
+      if (!m.readable) {
+        CannotRead(source.path);
+        continue;
       }
-      case SourceKind::kMessage:
-        Message(source.path, std::nullopt, file.bytes(), ParseMessage(file.bytes()), folder);
-        break;
-      case SourceKind::kCalendar:
-        Calendar(source.path, std::string(file.bytes()));
-        break;
+      Message(source.path, std::nullopt, m.raw(), std::move(m.item), FolderOf(source));
     }
   }
 

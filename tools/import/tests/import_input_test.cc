@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "input_file.h"
-#include "mbox_decoder.h"
+#include "decode_ahead.h"
 #include "mbox_file.h"
 #include "mime_reader.h"
 #include "unit/test_util.h"
@@ -76,21 +76,21 @@ std::string Mbox(size_t messages) {
   return mbox;
 }
 
-TEST(MboxDecoder, HandsOutWhatTheReaderAndParserGiveInOrder) {
+TEST(DecodeAhead, HandsOutWhatTheReaderAndParserGiveInOrder) {
   const std::string mbox = Mbox(100);
   // Queue bounds from none to all of it: one message and a few bytes
   // ahead, a few messages, everything.
   for (const auto& [ahead, bytes] : std::vector<std::pair<size_t, size_t>>{
            {1, 1}, {3, 600}, {1000, size_t(1) << 30}}) {
     MboxReader reader(mbox);
-    MboxDecoder decoder(mbox, ahead, bytes);
+    DecodeAhead decoder(MboxMessages(mbox), ahead, bytes);
     std::string_view want;
     DecodedMessage got;
     size_t count = 0;
     while (reader.Next(&want)) {
       ASSERT_TRUE(decoder.Next(&got)) << count;
       EXPECT_EQ(got.raw(), want);
-      EXPECT_EQ(got.unquoted, count % 3 == 0);
+      EXPECT_EQ(got.copied, count % 3 == 0);
       const MailItem item = ParseMessage(want);
       EXPECT_EQ(got.item.subject, item.subject);
       EXPECT_EQ(got.item.from.address, item.from.address);
@@ -102,13 +102,32 @@ TEST(MboxDecoder, HandsOutWhatTheReaderAndParserGiveInOrder) {
     EXPECT_FALSE(decoder.Next(&got));  // and stays done
   }
   DecodedMessage none;
-  EXPECT_FALSE(MboxDecoder("").Next(&none));
+  EXPECT_FALSE(DecodeAhead(MboxMessages("")).Next(&none));
 }
 
-TEST(MboxDecoder, StopsWhenLeftEarly) {
+TEST(DecodeAhead, MessageFilesInOrderUnreadableOnesMarked) {
+  testutil::TempDir dir;
+  std::vector<std::string> paths;
+  for (int i = 0; i < 40; ++i) {
+    paths.push_back(dir.File(std::to_string(i) + ".eml"));
+    if (i % 7 != 3) Write(paths.back(), "Subject: file " + std::to_string(i) + "\n\nbody\n");
+  }
+  DecodeAhead decoder(MessageFiles(paths), 2, 64);
+  DecodedMessage m;
+  for (int i = 0; i < 40; ++i) {
+    ASSERT_TRUE(decoder.Next(&m)) << i;
+    EXPECT_EQ(m.readable, i % 7 != 3) << i;
+    if (!m.readable) continue;
+    EXPECT_EQ(m.raw(), "Subject: file " + std::to_string(i) + "\n\nbody\n");
+    EXPECT_EQ(m.item.subject, "file " + std::to_string(i));
+  }
+  EXPECT_FALSE(decoder.Next(&m));
+}
+
+TEST(DecodeAhead, StopsWhenLeftEarly) {
   const std::string mbox = Mbox(500);
   for (size_t taken : {0u, 1u, 20u}) {
-    MboxDecoder decoder(mbox, 4, size_t(1) << 20);
+    DecodeAhead decoder(MboxMessages(mbox), 4, size_t(1) << 20);
     DecodedMessage m;
     for (size_t i = 0; i < taken; ++i) {
       ASSERT_TRUE(decoder.Next(&m));
