@@ -29,12 +29,15 @@ if(VIREL_BUILD_TESTS)
   target_link_libraries(virel_mime_tests PRIVATE virel_import_mime GTest::gtest_main)
   gtest_discover_tests(virel_mime_tests DISCOVERY_TIMEOUT 60)
 
-  # Python's own test messages, decoded by Python's email package and by us.
+  # Python's own test messages, decoded by Python's email package, against
+  # what virel-import writes of them, read back with the project's reader
+  # (virel_mailbox_dump is defined in tools/import/CMakeLists.txt).
   find_package(Python3 COMPONENTS Interpreter)
   if(Python3_FOUND)
     add_test(NAME mime_matches_python_email
              COMMAND ${Python3_EXECUTABLE} ${VIREL_IMPORT_DIR}/tests/compare_email.py
-                     --dump $<TARGET_FILE:virel-mime-dump>)
+                     --import $<TARGET_FILE:virel-import>
+                     --mailbox-dump $<TARGET_FILE:virel_mailbox_dump>)
     set_tests_properties(mime_matches_python_email PROPERTIES SKIP_RETURN_CODE 77)
   endif()
 endif()

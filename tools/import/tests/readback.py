@@ -1,0 +1,74 @@
+"""Imports files with virel-import and reads the written mailboxes back with
+the project's own reader (virel_mailbox_dump): the road every comparison of
+imported items against an independent decoding takes."""
+
+import json
+import os
+import subprocess
+
+# virel-import exits 1 when it rejected an item; each one is in its report.
+IMPORT_OK = (0, 1)
+TIMEOUT = 600
+
+
+class ReadBack:
+    """One import of `inputs` into WORKDIR/<stem>.pst (and its follow-on
+    files), every file read back. `items[source path]` lists, in input
+    order, (import outcome, read-back item or None) for each item the
+    import reports; `problems` lists what went wrong outside single items."""
+
+    def __init__(self, import_exe, dump_exe, inputs, workdir, stem="import"):
+        self.problems = []
+        self.items = {}
+        out = os.path.join(workdir, stem + ".pst")
+        done = subprocess.run([import_exe, "-o", out, "--json"] + list(inputs),
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              timeout=TIMEOUT)
+        if done.returncode not in IMPORT_OK:
+            raise RuntimeError("virel-import exited with %d: %s" % (
+                done.returncode, done.stderr.decode(errors="replace")))
+        self.report = json.loads(done.stdout)
+        self.problems.extend("import error: %s" % e for e in self.report["errors"])
+        files = {f["path"]: f for f in self.report["files"]}
+        read = self.read_back(dump_exe, sorted(files))
+        by_nid = {}
+        for written in read:
+            if not written["status"].startswith("complete"):
+                self.problems.append("%s reads back %s" % (written["path"], written["status"]))
+            counts = files[written["path"]]
+            held = [i["kind"] for i in written["items"]]
+            if (held.count("message"), held.count("event")) != (counts["messages"], counts["events"]):
+                self.problems.append("%s holds %d messages and %d events, the import "
+                                     "wrote %d and %d" % (written["path"], held.count("message"),
+                                                          held.count("event"), counts["messages"],
+                                                          counts["events"]))
+            for item in written["items"]:
+                by_nid[(written["path"], item["nid"])] = item
+        for outcome in self.report["items"]:
+            item = by_nid.get((outcome.get("file"), outcome.get("nid")))
+            if outcome["status"] != "rejected" and item is None:
+                self.problems.append("%s: written as NID %s of %s, which does not read back"
+                                     % (outcome["source"]["path"], outcome.get("nid"),
+                                        outcome.get("file")))
+            self.items.setdefault(outcome["source"]["path"], []).append((outcome, item))
+
+    @staticmethod
+    def read_back(dump_exe, paths):
+        if not paths:
+            return []
+        done = subprocess.run([dump_exe] + paths, check=True, stdout=subprocess.PIPE,
+                              timeout=TIMEOUT)
+        return json.loads(done.stdout)["files"]
+
+    def written(self, path):
+        """The read-back items of one input, or (None, why not)."""
+        entries = self.items.get(path, [])
+        if not entries:
+            return None, "the import reports no item from it"
+        rejected = [o["reason"] for o, _ in entries if o["status"] == "rejected"]
+        if rejected:
+            return None, "rejected: %s" % "; ".join(rejected)
+        items = [item for _, item in entries]
+        if None in items:
+            return None, "written, but not found in the file"
+        return items, None
