@@ -6,8 +6,10 @@ import json
 import os
 import subprocess
 
-# virel-import exits 1 when it rejected an item; each one is in its report.
-IMPORT_OK = (0, 1)
+# virel-import exits 1 when it rejected an item, 2 when an input was no
+# mail at all (or on usage and I/O errors); its report tells them apart.
+IMPORT_EXITS = (0, 1, 2)
+UNRECOGNISED = ": not an mbox file, message, Maildir or calendar"
 TIMEOUT = 600
 
 
@@ -15,7 +17,8 @@ class ReadBack:
     """One import of `inputs` into WORKDIR/<stem>.pst (and its follow-on
     files), every file read back. `items[source path]` lists, in input
     order, (import outcome, read-back item or None) for each item the
-    import reports; `problems` lists what went wrong outside single items."""
+    import reports; `unrecognised` holds the inputs taken for no kind of
+    mail; `problems` lists what else went wrong outside single items."""
 
     def __init__(self, import_exe, dump_exe, inputs, workdir, stem="import"):
         self.problems = []
@@ -24,11 +27,18 @@ class ReadBack:
         done = subprocess.run([import_exe, "-o", out, "--json"] + list(inputs),
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                               timeout=TIMEOUT)
-        if done.returncode not in IMPORT_OK:
+        try:
+            self.report = json.loads(done.stdout)
+        except ValueError:
+            self.report = None
+        if done.returncode not in IMPORT_EXITS or self.report is None:
             raise RuntimeError("virel-import exited with %d: %s" % (
                 done.returncode, done.stderr.decode(errors="replace")))
-        self.report = json.loads(done.stdout)
-        self.problems.extend("import error: %s" % e for e in self.report["errors"])
+        errors = self.report["errors"]
+        self.unrecognised = [e[:-len(UNRECOGNISED)] for e in errors if e.endswith(UNRECOGNISED)]
+        self.problems.extend("import error: %s" % e for e in errors if not e.endswith(UNRECOGNISED))
+        if done.returncode == 2 and not errors:
+            self.problems.append("virel-import exited with 2 but reports no error")
         files = {f["path"]: f for f in self.report["files"]}
         read = self.read_back(dump_exe, sorted(files))
         by_nid = {}
