@@ -71,14 +71,14 @@ class ReadBack:
         return json.loads(done.stdout)["files"]
 
     def written(self, path):
-        """The read-back items of one input, or (None, why not)."""
+        """(import outcome, read-back item) of every item of one input, or
+        (None, why not)."""
         entries = self.items.get(path, [])
         if not entries:
             return None, "the import reports no item from it"
         rejected = [o["reason"] for o, _ in entries if o["status"] == "rejected"]
         if rejected:
             return None, "rejected: %s" % "; ".join(rejected)
-        items = [item for _, item in entries]
-        if None in items:
+        if any(item is None for _, item in entries):
             return None, "written, but not found in the file"
-        return items, None
+        return entries, None
