@@ -8,24 +8,8 @@ namespace {
 
 using namespace testimg;
 
-// "LTPC", key 7, one row of NID 0x24 with the cells given.
-Bytes rowGroupBytes(const std::vector<std::pair<std::uint32_t, Bytes>>& cells) {
-  Bytes out = {'L', 'T', 'P', 'C'};
-  auto append = [&out](const Bytes& b) { out.insert(out.end(), b.begin(), b.end()); };
-  append(le64b(7));
-  append(le32b(1));
-  append(le64b(0x24));
-  append(le32b(static_cast<std::uint32_t>(cells.size())));
-  for (const auto& [tag, value] : cells) {
-    append(le32b(tag));
-    append(le32b(static_cast<std::uint32_t>(value.size())));
-    append(value);
-  }
-  return out;
-}
-
 TEST(RowGroups, ParsesRowsAndRefusesForeignOrShortPayloads) {
-  const Bytes group = rowGroupBytes({{0x00390040, le64b(42)}, {0x0C1F001F, u16le("a@b")}});
+  const Bytes group = rowGroupBytes(7, {{0x24, {{0x00390040, le64b(42)}, {0x0C1F001F, u16le("a@b")}}}});
   auto rows = vread::parseRowGroup(group);
   ASSERT_TRUE(rows);
   ASSERT_EQ(rows->size(), 1u);
@@ -46,7 +30,7 @@ TEST(RowGroups, ParsesRowsAndRefusesForeignOrShortPayloads) {
   Bytes foreign = group;
   foreign[0] = 'X';
   EXPECT_FALSE(vread::parseRowGroup(foreign));
-  EXPECT_TRUE(vread::parseRowGroup(rowGroupBytes({})));
+  EXPECT_TRUE(vread::parseRowGroup(rowGroupBytes(7, {})));
 }
 
 TEST(Mailbox, ReadsHtmlBodyBusyStatusAndTheRowGroupsTimeAndSender) {

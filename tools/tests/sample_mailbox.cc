@@ -48,15 +48,19 @@ std::uint64_t messageSubnodes(ImageBuilder& b, const SampleOptions& options) {
   return b.addSubnodes({{{0x05, attPc, 0}, {0x11, attTable, 0}, {0x12, recipients, 0}}});
 }
 
-// The writer's row group for the Inbox: "LTPC", key, row count, then the
-// message's row (NID, cell count, cells) and a row of a NID no folder lists.
-Bytes rowGroup() {
-  const Props message = {{0x00390040, le64b(kMessageFiletime)}, {0x0C1F001F, u16le(kSenderAddress)}};
+std::uint64_t tableSubnode(ImageBuilder& b, std::uint32_t subnid, const std::vector<std::uint32_t>& columns,
+                           const std::vector<TableRow>& rows) {
+  return b.addSubnodes({{{subnid, b.addData(tcHeap(columns, rows)), 0}}});
+}
+
+}  // namespace
+
+Bytes rowGroupBytes(std::uint64_t key, const std::vector<TableRow>& rows) {
   Bytes out = {'L', 'T', 'P', 'C'};
   auto append = [&out](const Bytes& b) { out.insert(out.end(), b.begin(), b.end()); };
-  append(le64b(0x202));
-  append(le32b(2));
-  for (const auto& [nid, cells] : {std::make_pair(kMessage, message), std::make_pair(0x7E4u, Props{})}) {
+  append(le64b(key));
+  append(le32b(static_cast<std::uint32_t>(rows.size())));
+  for (const auto& [nid, cells] : rows) {
     append(le64b(nid));
     append(le32b(static_cast<std::uint32_t>(cells.size())));
     for (const auto& [tag, value] : cells) {
@@ -67,13 +71,6 @@ Bytes rowGroup() {
   }
   return out;
 }
-
-std::uint64_t tableSubnode(ImageBuilder& b, std::uint32_t subnid, const std::vector<std::uint32_t>& columns,
-                           const std::vector<TableRow>& rows) {
-  return b.addSubnodes({{{subnid, b.addData(tcHeap(columns, rows)), 0}}});
-}
-
-}  // namespace
 
 Bytes attachmentBytes() {
   Bytes data(kAttachmentSize);
@@ -114,7 +111,9 @@ Sample buildSample(const SampleOptions& options) {
   Props message = {{kClass, u16le("IPM.Note")}, {0x0037001F, u16le("Hello")}, {0x0C1A001F, u16le("Alice")}};
   if (!options.bodyHtml.empty()) message[0x10130102] = options.bodyHtml;
   b.addNode(kMessage, b.addData(pcHeap(message)), messageSubnodes(b, options), 0x202);
-  if (options.rowGroup) b.addBlock(rowGroup(), true);
+  // The Inbox's row group: the message's row and one of a NID no folder lists.
+  const Props row = {{0x00390040, le64b(kMessageFiletime)}, {0x0C1F001F, u16le(kSenderAddress)}};
+  if (options.rowGroup) b.addBlock(rowGroupBytes(0x202, {{kMessage, row}, {0x7E4, {}}}), true);
   s.strayIb = b.size();
   b.appendUnlisted(Bytes(options.strayBytes, 0));
   if (options.staleRecord) s.staleRecordIb = b.addUnlistedBlock(Bytes(64, 0));

@@ -49,6 +49,8 @@ struct Sample {
 };
 
 Sample buildSample(const SampleOptions& options = {});
+// A bookkeeping row group: "LTPC", the key, then each row (item NID, cells).
+Bytes rowGroupBytes(std::uint64_t key, const std::vector<TableRow>& rows);
 Bytes attachmentBytes();
 
 // A violation at exactly `offset` whose text contains `fragment`.
