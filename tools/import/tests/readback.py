@@ -23,35 +23,11 @@ class ReadBack:
     def __init__(self, import_exe, dump_exe, inputs, workdir, stem="import"):
         self.problems = []
         self.items = {}
-        out = os.path.join(workdir, stem + ".pst")
-        done = subprocess.run([import_exe, "-o", out, "--json"] + list(inputs),
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                              timeout=TIMEOUT)
-        try:
-            self.report = json.loads(done.stdout)
-        except ValueError:
-            self.report = None
-        if done.returncode not in IMPORT_EXITS or self.report is None:
-            raise RuntimeError("virel-import exited with %d: %s" % (
-                done.returncode, done.stderr.decode(errors="replace")))
-        errors = self.report["errors"]
-        self.unrecognised = [e[:-len(UNRECOGNISED)] for e in errors if e.endswith(UNRECOGNISED)]
-        self.problems.extend("import error: %s" % e for e in errors if not e.endswith(UNRECOGNISED))
-        if done.returncode == 2 and not errors:
-            self.problems.append("virel-import exited with 2 but reports no error")
+        self.report = self.run_import(import_exe, inputs, os.path.join(workdir, stem + ".pst"))
         files = {f["path"]: f for f in self.report["files"]}
-        read = self.read_back(dump_exe, sorted(files))
         by_nid = {}
-        for written in read:
-            if not written["status"].startswith("complete"):
-                self.problems.append("%s reads back %s" % (written["path"], written["status"]))
-            counts = files[written["path"]]
-            held = [i["kind"] for i in written["items"]]
-            if (held.count("message"), held.count("event")) != (counts["messages"], counts["events"]):
-                self.problems.append("%s holds %d messages and %d events, the import "
-                                     "wrote %d and %d" % (written["path"], held.count("message"),
-                                                          held.count("event"), counts["messages"],
-                                                          counts["events"]))
+        for written in self.read_back(dump_exe, sorted(files)):
+            self.check_file(written, files[written["path"]])
             for item in written["items"]:
                 by_nid[(written["path"], item["nid"])] = item
         for outcome in self.report["items"]:
@@ -61,6 +37,36 @@ class ReadBack:
                                      % (outcome["source"]["path"], outcome.get("nid"),
                                         outcome.get("file")))
             self.items.setdefault(outcome["source"]["path"], []).append((outcome, item))
+
+    def run_import(self, import_exe, inputs, out):
+        """virel-import's JSON report; its errors sorted into unrecognised
+        inputs and problems."""
+        done = subprocess.run([import_exe, "-o", out, "--json"] + list(inputs),
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              timeout=TIMEOUT)
+        try:
+            report = json.loads(done.stdout)
+        except ValueError:
+            report = None
+        if done.returncode not in IMPORT_EXITS or report is None:
+            raise RuntimeError("virel-import exited with %d: %s" % (
+                done.returncode, done.stderr.decode(errors="replace")))
+        errors = report["errors"]
+        self.unrecognised = [e[:-len(UNRECOGNISED)] for e in errors if e.endswith(UNRECOGNISED)]
+        self.problems.extend("import error: %s" % e for e in errors if not e.endswith(UNRECOGNISED))
+        if done.returncode == 2 and not errors:
+            self.problems.append("virel-import exited with 2 but reports no error")
+        return report
+
+    def check_file(self, written, counts):
+        """A written file reads back complete and holds what the import put in."""
+        if written["status"] != "complete":
+            self.problems.append("%s reads back %s" % (written["path"], written["status"]))
+        held = [i["kind"] for i in written["items"]]
+        if (held.count("message"), held.count("event")) != (counts["messages"], counts["events"]):
+            self.problems.append("%s holds %d messages and %d events, the import wrote %d and %d"
+                                 % (written["path"], held.count("message"), held.count("event"),
+                                    counts["messages"], counts["events"]))
 
     @staticmethod
     def read_back(dump_exe, paths):
