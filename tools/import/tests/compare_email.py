@@ -334,6 +334,8 @@ def ours_from_item(outcome, item):
             "body_plain": item["body_plain"], "body_html": item["body_html"],
             "time": item["time"], "attachments": list(item["attachments"])}
     for r in item["recipients"]:
+        if r["type"] not in ("to", "cc", "bcc"):
+            raise LookupError("a recipient of type %s" % r["type"])
         ours[r["type"]].append({"name": r["name"], "address": r["address"]})
     if outcome["status"] == "written-with-moved-body":
         restore_moved_bodies(ours)

@@ -90,7 +90,9 @@ Json fileJson(const std::string& path) {
     for (const vread::Item& item : f.items)
       items.push_back(itemJson(m, item, folder == paths.end() ? "" : folder->second));
   }
-  return {{"path", path}, {"status", vread::statusName(m.status())}, {"items", items}};
+  Json j = {{"path", path}, {"status", vread::statusName(m.status())}, {"items", items}};
+  if (!m.loadError().empty()) j["error"] = m.loadError();
+  return j;
 }
 
 }  // namespace
