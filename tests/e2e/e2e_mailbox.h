@@ -53,6 +53,7 @@ struct Item {
   std::vector<Recipient> recipients;
   std::vector<Attachment> attachments;  // only those the writer keeps
   int64_t start = 0, end = 0;
+  std::optional<int64_t> time;  // a message's time, when the test chose it
 };
 
 struct Model {
@@ -217,14 +218,16 @@ inline Model WriteRandomMailbox(uint32_t seed, const std::string& path) {
     } else {
       it.html = g.Chance(40) ? "<p>" + g.Text(1, 200) + "</p>" : std::string();
       it.senderName = g.MaybeText(20, 3, 12);
-      // A message keeps its sender's address in the writer's records only.
-      const std::string senderAddress = g.MaybeText(20, 3, 12) + "@example.com";
+      // A message keeps its sender's address and its time in the writer's
+      // row groups only; the reader takes them from there.
+      it.senderAddress = g.MaybeText(20, 3, 12) + "@example.com";
       virel_message* msg = virel_create_message();
       virel_message_set_subject(msg, Arg(g, it.subject));
       virel_message_set_body_plain(msg, Arg(g, it.body));
       virel_message_set_body_html(msg, Arg(g, it.html));
-      virel_message_set_sender(msg, Arg(g, it.senderName), senderAddress.c_str());
-      virel_message_set_time(msg, g.Uniform64(0, 2000000000LL));
+      virel_message_set_sender(msg, Arg(g, it.senderName), it.senderAddress.c_str());
+      it.time = g.Uniform64(0, 2000000000LL);
+      virel_message_set_time(msg, *it.time);
       for (int r = g.Uniform(0, 4); r > 0; --r) {
         static const int32_t kTypes[] = {1, 2, 3, 0, 7, -1};
         Recipient rc{g.MaybeText(20, 3, 12), g.Text(3, 8) + "@example.org",
@@ -277,6 +280,10 @@ inline std::string PathOf(const std::map<uint32_t, std::string>& paths, const vr
 inline void CompareMessage(const vread::Mailbox& box, const vread::Item& got, const Item& want) {
   EXPECT_EQ(got.messageClass, "IPM.Note");
   EXPECT_FALSE(got.isEvent);
+  ASSERT_TRUE(got.time.has_value());  // the current time for a simple message
+  if (want.time) {
+    EXPECT_EQ(*got.time, Filetime(*want.time));
+  }
   const auto pc = box.properties(got.nid);
   ASSERT_TRUE(pc.has_value());
   const vread::PropValue* html = pc->find(kHtmlBody);

@@ -88,6 +88,7 @@ std::optional<BlockPayload> BlockStore::read(std::uint64_t bid, ViolationLog& lo
 }
 
 std::optional<BlockPayload> BlockStore::readChecked(const BlockEntry& entry, ViolationLog& log) const {
+  if (isEmptyDataEntry(entry)) return BlockPayload{entry.bid, entry.ib, {}, true, true};
   const BlockEntry* e = &entry;
   std::uint64_t bid = e->bid;
   const std::uint64_t cb = payloadSize(*e);

@@ -6,6 +6,7 @@
 
 #include "file_image.h"
 #include "header.h"
+#include "layout.h"
 #include "violations.h"
 
 namespace vread {
@@ -25,6 +26,12 @@ struct BlockEntry {
   std::uint16_t cRef = 0;
   std::uint64_t entryOffset = 0;  // where the BBT entry sits in the file
 };
+
+// An attachment without data gets a data BID of its own, listed at offset 0
+// with size 0: a block that takes no space and holds no bytes.
+inline bool isEmptyDataEntry(const BlockEntry& e) {
+  return e.ib == 0 && e.cb == 0 && (e.bid & layout::kBidInternal) == 0;
+}
 
 struct PageInfo {
   std::uint64_t bid = 0;

@@ -34,6 +34,7 @@ std::optional<Item> ItemReader::read(std::uint32_t nid, std::uint32_t folder) {
   item.senderName = pc->text(tag::kSenderName).value_or("");
   item.senderAddress = pc->text(tag::kSenderAddress).value_or("");
   item.body = pc->text(tag::kBody).value_or("");
+  if (const PropValue* html = pc->find(tag::kBodyHtml)) item.bodyHtml = html->bytes;
   item.isEvent = item.messageClass == kAppointmentClass;
   if (item.isEvent) readEventTimes(item, *pc);
   ViolationLog::Scope scope(log_, "item " + hex(nid));
@@ -46,6 +47,7 @@ void ItemReader::readEventTimes(Item& item, const PropertyContext& pc) {
   auto start = names_.propertyId(kPsetidAppointment, kDispidStart);
   auto end = names_.propertyId(kPsetidAppointment, kDispidEnd);
   auto location = names_.propertyId(kPsetidAppointment, kDispidLocation);
+  auto busy = names_.propertyId(kPsetidAppointment, kDispidBusyStatus);
   if (!start || !end) {
     log_.add(db_.node(item.nid)->entryOffset, "appointment times are not in the name-to-ID map");
     return;
@@ -53,6 +55,7 @@ void ItemReader::readEventTimes(Item& item, const PropertyContext& pc) {
   item.start = pc.u64(namedTag(*start, tag::kTypeSysTime));
   item.end = pc.u64(namedTag(*end, tag::kTypeSysTime));
   if (location) item.location = pc.text(namedTag(*location, tag::kTypeUnicode));
+  if (busy) item.busyStatus = pc.u32(namedTag(*busy, tag::kTypeLong));
   if (!item.start || !item.end) log_.add(db_.node(item.nid)->entryOffset, "appointment lacks its start or end time");
 }
 

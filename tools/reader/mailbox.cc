@@ -4,7 +4,9 @@
 #include "layout.h"
 #include "node_access.h"
 #include "node_sweep.h"
+#include "row_groups.h"
 #include "tags.h"
+#include "text.h"
 
 namespace vread {
 
@@ -14,6 +16,7 @@ namespace {
 
 constexpr std::uint32_t kDefaultFolders[] = {0x202, 0x242, 0x282, 0x2C2, 0x302};
 constexpr std::uint16_t kRecordBlockSize = 64;
+constexpr std::size_t kFiletimeSize = 8;
 const std::vector<PageInfo> kNoPages;
 
 }  // namespace
@@ -33,6 +36,7 @@ struct Mailbox::State {
   void readNameMap();
   void findRecordBlock();
   void checkRecordCounts();
+  void readRowGroups();
 };
 
 void Mailbox::State::load() {
@@ -45,6 +49,7 @@ void Mailbox::State::load() {
   folders = FolderReader(*db, *access, names, log).read();
   findRecordBlock();
   checkRecordCounts();
+  readRowGroups();
 }
 
 void Mailbox::State::checkFixedNodes() {
@@ -95,6 +100,30 @@ void Mailbox::State::checkRecordCounts() {
     log.add(record->ib, "record block counts " + std::to_string(record->messages) + " messages and " +
                             std::to_string(record->events) + " events, the folders hold " + std::to_string(messages) +
                             " and " + std::to_string(events));
+}
+
+// Row groups are bookkeeping, not structure: one that does not parse adds
+// nothing and is no violation. A message's sender address is taken from
+// its row only when its property context has none.
+void Mailbox::State::readRowGroups() {
+  std::map<std::uint32_t, RowCells> rows;
+  ViolationLog quiet;
+  for (const BlockEntry& b : db->blockTree().blocks) {
+    if (!(b.bid & kBidInternal)) continue;
+    auto payload = db->blocks().read(b.bid, quiet);
+    if (!payload || !payload->crcOk) continue;
+    if (auto group = parseRowGroup(payload->data)) rows.insert(group->begin(), group->end());
+  }
+  for (Folder& f : folders)
+    for (Item& item : f.items) {
+      auto row = rows.find(item.nid);
+      if (row == rows.end()) continue;
+      auto time = row->second.find(tag::kClientSubmitTime);
+      if (time != row->second.end() && time->second.size() == kFiletimeSize) item.time = le64(time->second.data());
+      auto address = row->second.find(tag::kSenderAddress);
+      if (address != row->second.end() && item.senderAddress.empty())
+        item.senderAddress = utf16ToUtf8(address->second);
+    }
 }
 
 Mailbox::Mailbox(std::unique_ptr<State> state) : state_(std::move(state)) {}

@@ -32,12 +32,16 @@ struct Item {
   std::string senderName;
   std::string senderAddress;
   std::string body;
+  std::vector<std::uint8_t> bodyHtml;  // stored as binary, in no declared charset
   bool isEvent = false;
   std::vector<Recipient> recipients;
   std::vector<Attachment> attachments;
   std::optional<std::uint64_t> start;  // FILETIME
   std::optional<std::uint64_t> end;    // FILETIME
   std::optional<std::string> location;
+  std::optional<std::uint32_t> busyStatus;
+  // The message time, kept only in the writer's bookkeeping row of the item.
+  std::optional<std::uint64_t> time;  // FILETIME
 };
 
 struct Folder {

@@ -46,5 +46,6 @@ extern const Guid kPsetidAppointment;
 constexpr std::uint32_t kDispidStart = 0x820D;
 constexpr std::uint32_t kDispidEnd = 0x820E;
 constexpr std::uint32_t kDispidLocation = 0x8208;
+constexpr std::uint32_t kDispidBusyStatus = 0x8205;
 
 }  // namespace vread

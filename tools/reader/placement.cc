@@ -71,6 +71,7 @@ std::vector<Extent> collectExtents(const PlacementInput& in, ViolationLog& log) 
   for (const auto& p : in.bbt.pages) out.push_back({p.ib, p.ib + kPageSize, "BBT page " + hex(p.bid)});
   std::set<std::uint64_t> nbtPages = pageOffsets(in.nbt.pages);
   for (const auto& b : in.bbt.blocks) {
+    if (isEmptyDataEntry(b)) continue;  // takes no space
     if (!nbtPages.count(b.ib) && isStalePage(in, b)) {
       log.warn(b.ib, kPageSize, "page " + hex(b.bid) + " is listed in the BBT but belongs to neither B-tree");
       out.push_back({b.ib, b.ib + kPageSize, "page " + hex(b.bid)});

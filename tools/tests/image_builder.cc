@@ -215,6 +215,12 @@ std::uint64_t ImageBuilder::addSubnodes(const std::vector<std::array<std::uint64
   return addBlock(sl, true);
 }
 
+std::uint64_t ImageBuilder::addEntryOnly(std::uint64_t ib, std::uint16_t cb, bool internal) {
+  std::uint64_t bid = nextBid(internal);
+  blocks_[bid] = {ib, cb};
+  return bid;
+}
+
 void ImageBuilder::addNode(std::uint32_t nid, std::uint64_t bidData, std::uint64_t bidSub, std::uint32_t parent) {
   nodes_[nid] = {bidData, bidSub, parent};
 }

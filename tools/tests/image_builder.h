@@ -35,6 +35,8 @@ class ImageBuilder {
   std::uint64_t addBlock(Bytes payload, bool internal);
   std::uint64_t addData(const Bytes& data);  // one block, or an XBLOCK over 8176-byte chunks
   std::uint64_t addSubnodes(const std::vector<std::array<std::uint64_t, 3>>& entries);
+  // A BBT entry with no block behind it, as an attachment without data gets.
+  std::uint64_t addEntryOnly(std::uint64_t ib, std::uint16_t cb, bool internal);
   void addNode(std::uint32_t nid, std::uint64_t bidData, std::uint64_t bidSub, std::uint32_t parent);
   // Space the BBT will not list: raw bytes, or a whole block left out of it.
   void appendUnlisted(const Bytes& raw) { image_.insert(image_.end(), raw.begin(), raw.end()); }

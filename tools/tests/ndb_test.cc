@@ -83,6 +83,36 @@ TEST(BlockTree, EntriesAreCheckedAgainstPlacementAndKeys) {
   EXPECT_TRUE(hasViolation(order, leaf + 24, "ascending order")) << describe(order);
 }
 
+// An attachment without data is listed at offset 0 with size 0. That shape
+// alone is no block in the reserved head; any other entry there is.
+TEST(BlockTree, EmptyAttachmentDataTakesNoSpace) {
+  SampleOptions options;
+  options.emptyAttachment = true;
+  Bytes image = buildSample(options).image;
+  vread::Mailbox m = vread::Mailbox::fromBytes(image);
+  ASSERT_TRUE(m.complete()) << describe(m);
+  EXPECT_EQ(m.status(), vread::FileStatus::Complete);
+  const vread::Attachment& att = m.item(kMessage)->attachments.at(0);
+  EXPECT_EQ(att.size, 0u);
+  EXPECT_EQ(m.attachmentData(att), Bytes{});
+
+  const vread::BlockEntry* empty = nullptr;
+  for (const auto& b : m.blocks())
+    if (b.bid == att.dataBid) empty = &b;
+  ASSERT_NE(empty, nullptr);
+  const std::uint64_t leaf = empty->entryOffset - empty->entryOffset % 512;
+  // A size, or an internal BID, makes the entry a misplaced block again.
+  const std::pair<std::uint16_t, std::uint64_t> others[] = {{1, att.dataBid}, {0, att.dataBid | 2}};
+  for (auto [cb, bid] : others) {
+    Bytes changed = image;
+    put16(changed, empty->entryOffset + 16, cb);
+    put64(changed, empty->entryOffset, bid);
+    fixPageCrc(changed, leaf);
+    vread::Mailbox bad = vread::Mailbox::fromBytes(changed);
+    EXPECT_TRUE(hasViolation(bad, empty->entryOffset + 8, "reserved head")) << "cb " << cb << "\n" << describe(bad);
+  }
+}
+
 TEST(MapPages, AllocationMapPagesAreChecked) {
   Bytes image = buildSample().image;
   image[17408] &= 0xFE;  // unit 0 (the header) no longer marked

@@ -29,16 +29,17 @@ std::uint64_t messageSubnodes(ImageBuilder& b, const SampleOptions& options) {
     file.insert(file.end(), {0, 0});
   }
   const Bytes cell = options.attachmentCell.empty() ? u16le("a.txt") : options.attachmentCell;
-  std::uint64_t data = b.addData(attachmentBytes());
+  const std::uint32_t size = options.emptyAttachment ? 0 : kAttachmentSize;
+  std::uint64_t data = options.emptyAttachment ? b.addEntryOnly(0, 0, false) : b.addData(attachmentBytes());
   std::uint64_t attPc = b.addData(pcHeap({{0x0E210003, le32b(0)},
                                           {0x37050003, le32b(1)},
-                                          {0x0E200003, le32b(kAttachmentSize)},
+                                          {0x0E200003, le32b(size)},
                                           {0x3707001E, file},
                                           {0x37010102, le64b(data)}}));
   std::uint64_t attTable = b.addData(tcHeap({0x0E210003, 0x3704001F, 0x0E200003, 0x37050003},
                                             {{0x05, {{0x0E210003, le32b(0)},
                                                      {0x3704001F, cell},
-                                                     {0x0E200003, le32b(kAttachmentSize)},
+                                                     {0x0E200003, le32b(size)},
                                                      {0x37050003, le32b(1)}}}}));
   std::uint64_t recipients = b.addData(tcHeap(
       {0x0C150003, 0x3001001F, 0x39FE001F},
@@ -54,6 +55,23 @@ std::uint64_t tableSubnode(ImageBuilder& b, std::uint32_t subnid, const std::vec
 
 }  // namespace
 
+Bytes rowGroupBytes(std::uint64_t key, const std::vector<TableRow>& rows) {
+  Bytes out = {'L', 'T', 'P', 'C'};
+  auto append = [&out](const Bytes& b) { out.insert(out.end(), b.begin(), b.end()); };
+  append(le64b(key));
+  append(le32b(static_cast<std::uint32_t>(rows.size())));
+  for (const auto& [nid, cells] : rows) {
+    append(le64b(nid));
+    append(le32b(static_cast<std::uint32_t>(cells.size())));
+    for (const auto& [tag, value] : cells) {
+      append(le32b(tag));
+      append(le32b(static_cast<std::uint32_t>(value.size())));
+      append(value);
+    }
+  }
+  return out;
+}
+
 Bytes attachmentBytes() {
   Bytes data(kAttachmentSize);
   for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<std::uint8_t>(i * 31 + 7);
@@ -67,6 +85,10 @@ Sample buildSample(const SampleOptions& options) {
   Bytes guids(kAppointmentGuid, kAppointmentGuid + 16), entries;
   for (auto e : {nameEntry(0x820D, 0), nameEntry(0x820E, 1), nameEntry(0x8208, 2)})
     entries.insert(entries.end(), e.begin(), e.end());
+  if (options.busyStatus) {
+    Bytes e = nameEntry(0x8205, 3);
+    entries.insert(entries.end(), e.begin(), e.end());
+  }
   b.addNode(0x61, b.addData(pcHeap({{0x00020102, guids}, {0x00030102, entries}})), 0, 0);
 
   std::vector<TableRow> children{{kCalendar, {{kName, u16le("Calendar")}}}};
@@ -86,18 +108,22 @@ Sample buildSample(const SampleOptions& options) {
   b.addNode(0x202, inboxData, tableSubnode(b, 0x0E, {kClass}, contents), kRoot);
   for (std::size_t i = 1; i < 5; ++i) b.addNode(defaults[i].first, folderData(b, defaults[i].second), 0, kRoot);
 
-  b.addNode(kMessage, b.addData(pcHeap({{kClass, u16le("IPM.Note")}, {0x0037001F, u16le("Hello")},
-                                        {0x0C1A001F, u16le("Alice")}})),
-            messageSubnodes(b, options), 0x202);
+  Props message = {{kClass, u16le("IPM.Note")}, {0x0037001F, u16le("Hello")}, {0x0C1A001F, u16le("Alice")}};
+  if (!options.bodyHtml.empty()) message[0x10130102] = options.bodyHtml;
+  b.addNode(kMessage, b.addData(pcHeap(message)), messageSubnodes(b, options), 0x202);
+  // The Inbox's row group: the message's row and one of a NID no folder lists.
+  const Props row = {{0x00390040, le64b(kMessageFiletime)}, {0x0C1F001F, u16le(kSenderAddress)}};
+  if (options.rowGroup) b.addBlock(rowGroupBytes(0x202, {{kMessage, row}, {0x7E4, {}}}), true);
   s.strayIb = b.size();
   b.appendUnlisted(Bytes(options.strayBytes, 0));
   if (options.staleRecord) s.staleRecordIb = b.addUnlistedBlock(Bytes(64, 0));
   b.addNode(kCalendar, folderData(b, "Calendar"),
             tableSubnode(b, 0x0E, {kClass}, {{kEvent, {{kClass, u16le("IPM.Appointment")}}}}), kRoot);
-  b.addNode(kEvent, b.addData(pcHeap({{kClass, u16le("IPM.Appointment")}, {0x0037001F, u16le("Meeting")},
-                                      {0x80000040, le64b(kStartFiletime)}, {0x80010040, le64b(kEndFiletime)},
-                                      {0x8002001F, u16le("Room 1")}})),
-            0, kCalendar);
+  Props event = {{kClass, u16le("IPM.Appointment")},         {0x0037001F, u16le("Meeting")},
+                 {0x80000040, le64b(kStartFiletime)},        {0x80010040, le64b(kEndFiletime)},
+                 {0x8002001F, u16le("Room 1")}};
+  if (options.busyStatus) event[0x80030003] = le32b(kBusyStatus);
+  b.addNode(kEvent, b.addData(pcHeap(event)), 0, kCalendar);
   s.image = b.finish(options.recordMessages + (options.reverseContents ? 1 : 0), 1, options.stalePages);
   s.stalePageIb = b.staleIb;
   s.nbtIb = b.nbtIb;

@@ -28,7 +28,15 @@ struct SampleOptions {
   // UTF-16LE ("a.txt" with and without a terminator when empty).
   Bytes attachmentName8;
   Bytes attachmentCell;
+  bool emptyAttachment = false;  // its data is a BBT entry of size 0 at offset 0
+  Bytes bodyHtml;                // the message's HTML body, when not empty
+  bool busyStatus = false;       // the event carries kBusyStatus
+  bool rowGroup = false;         // a bookkeeping row group with the message's time
 };
+
+constexpr std::uint32_t kBusyStatus = 3;
+constexpr std::uint64_t kMessageFiletime = 133444736000000000ull + 10000000ull;
+const char* const kSenderAddress = "alice@example.com";
 
 struct Sample {
   Bytes image;
@@ -41,6 +49,8 @@ struct Sample {
 };
 
 Sample buildSample(const SampleOptions& options = {});
+// A bookkeeping row group: "LTPC", the key, then each row (item NID, cells).
+Bytes rowGroupBytes(std::uint64_t key, const std::vector<TableRow>& rows);
 Bytes attachmentBytes();
 
 // A violation at exactly `offset` whose text contains `fragment`.
