@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ical_reader.h"
@@ -45,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string raw(reinterpret_cast<const char*>(data), size);
   CheckMail(vimport::ParseMessage(raw));
   vimport::MboxReader mbox(raw);
-  std::string message;
+  std::string_view message;
   while (mbox.Next(&message)) CheckMail(vimport::ParseMessage(message));
   std::vector<std::string> errors;
   vimport::ParseCalendar(raw, &errors);

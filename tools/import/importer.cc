@@ -1,12 +1,13 @@
 #include "importer.h"
 
 #include <exception>
-#include <fstream>
+#include <string_view>
+#include <utility>
 
+#include "decode_ahead.h"
 #include "ical_reader.h"
+#include "input_file.h"
 #include "input_scan.h"
-#include "mbox_file.h"
-#include "mime_reader.h"
 #include "output_series.h"
 #include "records.h"
 #include "rejected_items.h"
@@ -26,16 +27,6 @@ const char* KindName(SourceKind kind) {
       break;
   }
   return "message";
-}
-
-bool ReadFile(const std::string& path, std::string* data) {
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  if (!in) return false;
-  const std::streamoff size = in.tellg();
-  if (size < 0) return false;
-  data->resize(static_cast<size_t>(size));
-  in.seekg(0);
-  return static_cast<bool>(in.read(&(*data)[0], size)) || size == 0;
 }
 
 ItemOutcome NewOutcome(const std::string& path, std::optional<size_t> index,
@@ -62,7 +53,18 @@ class Importer {
     report_->skipped = scan.skipped;
     try {
       if (!scan.sources.empty() || scan.errors.empty()) series_.Open();
-      for (const Source& source : scan.sources) Read(source);
+      const std::vector<Source>& sources = scan.sources;
+      for (size_t i = 0; i < sources.size();) {
+        // A run of message files is decoded ahead as one.
+        size_t end = i;
+        while (end < sources.size() && sources[end].kind == SourceKind::kMessage) ++end;
+        if (end > i) {
+          ReadMessageFiles(sources, i, end);
+          i = end;
+        } else {
+          Read(sources[i++]);
+        }
+      }
     } catch (const std::exception& e) {
       // The output cannot be written: nothing further can be imported.
       report_->errors.push_back(e.what());
@@ -71,39 +73,57 @@ class Importer {
   }
 
  private:
+  std::string FolderOf(const Source& source) const {
+    std::string folder = options_.folder.value_or(source.folder);
+    return folder.empty() ? kDefaultMessageFolder : folder;
+  }
+
+  void CannotRead(const std::string& path) {
+    report_->errors.push_back(path + ": cannot read");
+  }
+
+  // An mbox or a calendar.
   void Read(const Source& source) {
     report_->inputs.push_back({source.path, KindName(source.kind), {}});
-    std::string data;
-    if (!ReadFile(source.path, &data)) {
-      report_->errors.push_back(source.path + ": cannot read");
+    InputFile file;
+    if (!file.Open(source.path)) {
+      CannotRead(source.path);
       return;
     }
-    std::string folder = options_.folder.value_or(source.folder);
-    if (folder.empty()) folder = kDefaultMessageFolder;
-    switch (source.kind) {
-      case SourceKind::kMbox: {
-        MboxReader reader(data);
-        std::string raw;
-        for (size_t i = 0; reader.Next(&raw); ++i) {
-          Message(source.path, i, raw, folder);
-        }
-        break;
+    if (source.kind == SourceKind::kCalendar) {
+      Calendar(source.path, std::string(file.bytes()));
+      return;
+    }
+    const std::string folder = FolderOf(source);
+    DecodeAhead decoder(MboxMessages(file.bytes()));
+    DecodedMessage m;
+    for (size_t i = 0; decoder.Next(&m); ++i) {
+      Message(source.path, i, m.raw(), std::move(m.item), folder);
+    }
+  }
+
+  // The message files sources[begin, end).
+  void ReadMessageFiles(const std::vector<Source>& sources, size_t begin, size_t end) {
+    std::vector<std::string> paths;
+    for (size_t i = begin; i < end; ++i) paths.push_back(sources[i].path);
+    DecodeAhead decoder(MessageFiles(std::move(paths)));
+    DecodedMessage m;
+    for (size_t i = begin; i < end && decoder.Next(&m); ++i) {
+      const Source& source = sources[i];
+      report_->inputs.push_back({source.path, KindName(source.kind), {}});
+      if (!m.readable) {
+        CannotRead(source.path);
+        continue;
       }
-      case SourceKind::kMessage:
-        Message(source.path, std::nullopt, data, folder);
-        break;
-      case SourceKind::kCalendar:
-        Calendar(source.path, data);
-        break;
+      Message(source.path, std::nullopt, m.raw(), std::move(m.item), FolderOf(source));
     }
   }
 
   void Message(const std::string& path, std::optional<size_t> index,
-               const std::string& raw, const std::string& folder) {
-    const MailItem item = ParseMessage(raw);
+               std::string_view raw, MailItem item, const std::string& folder) {
     ItemOutcome outcome = NewOutcome(path, index, ItemKind::kMessage);
-    outcome.problems = item.problems;
-    const Placement p = series_.AddMessage(folder, ToMessageRecord(item));
+    outcome.problems = std::move(item.problems);
+    const Placement p = series_.AddMessage(folder, ToMessageRecord(std::move(item)));
     if (p.status == PlaceStatus::kRejected) rejected_.AddMessage(raw);
     Record(&outcome, p, folder);
   }

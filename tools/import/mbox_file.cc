@@ -6,26 +6,23 @@
 namespace vimport {
 namespace {
 
-constexpr char kSeparator[] = "From ";
-constexpr size_t kSeparatorLength = sizeof(kSeparator) - 1;
+constexpr std::string_view kSeparator = "From ";
 constexpr char kEntrySeparator[] = "From virel-import Thu Jan  1 00:00:00 1970\n";
 
-bool StartsWith(const std::string& s, size_t pos, const char* prefix,
-                size_t n) {
-  return s.compare(pos, n, prefix) == 0;
+bool StartsWith(std::string_view s, size_t pos, std::string_view prefix) {
+  return s.substr(pos, prefix.size()) == prefix;
 }
 
 // ">From ", ">>From "...: a quoted "From " line.
-bool IsQuotedFrom(const std::string& s, size_t pos, size_t end) {
+bool IsQuotedFrom(std::string_view s, size_t pos, size_t end) {
   size_t i = pos;
   while (i < end && s[i] == '>') ++i;
-  return i > pos && end - i >= kSeparatorLength &&
-         StartsWith(s, i, kSeparator, kSeparatorLength);
+  return i > pos && end - i >= kSeparator.size() && StartsWith(s, i, kSeparator);
 }
 
 // A separator line carries a time of day ("... 12:34:56 2024"); a body
 // line that starts with "From " after a blank line is taken as one too.
-bool HasTimeOfDay(const std::string& s, size_t pos, size_t end) {
+bool HasTimeOfDay(std::string_view s, size_t pos, size_t end) {
   for (size_t i = pos; i + 4 < end; ++i) {
     if (std::isdigit(static_cast<unsigned char>(s[i])) &&
         std::isdigit(static_cast<unsigned char>(s[i + 1])) && s[i + 2] == ':' &&
@@ -37,81 +34,87 @@ bool HasTimeOfDay(const std::string& s, size_t pos, size_t end) {
   return false;
 }
 
-bool IsBlank(const std::string& s, size_t pos, size_t end) {
+bool IsBlank(std::string_view s, size_t pos, size_t end) {
   return pos == end || (end - pos == 1 && s[pos] == '\r');
 }
 
 // The blank line before the next separator belongs to the mbox file.
-void DropSeparatorBlank(std::string* m) {
-  const size_t n = m->size();
-  if (n >= 4 && m->compare(n - 4, 4, "\r\n\r\n") == 0) {
-    m->resize(n - 2);
-  } else if (n >= 2 && m->compare(n - 2, 2, "\n\n") == 0) {
-    m->resize(n - 1);
+std::string_view DropSeparatorBlank(std::string_view m) {
+  if (m.size() >= 4 && m.substr(m.size() - 4) == "\r\n\r\n") {
+    m.remove_suffix(2);
+  } else if (m.size() >= 2 && m.substr(m.size() - 2) == "\n\n") {
+    m.remove_suffix(1);
   }
+  return m;
+}
+
+// Where the line at `pos` ends (its '\n' or the end of `s`), and where
+// the next one starts.
+std::pair<size_t, size_t> LineEnd(std::string_view s, size_t pos) {
+  const size_t end = s.find('\n', pos);
+  if (end == std::string_view::npos) return {s.size(), s.size()};
+  return {end, end + 1};
 }
 
 }  // namespace
 
-bool LooksLikeMbox(const std::string& data) {
-  return StartsWith(data, 0, kSeparator, kSeparatorLength);
-}
+bool LooksLikeMbox(std::string_view data) { return StartsWith(data, 0, kSeparator); }
 
-MboxReader::MboxReader(const std::string& data) : data_(data) {
+MboxReader::MboxReader(std::string_view data) : data_(data) {
   // Whatever precedes the first separator is not a message.
-  while (pos_ < data_.size() && !StartsWith(data_, pos_, kSeparator, kSeparatorLength)) {
-    const size_t end = data_.find('\n', pos_);
-    pos_ = end == std::string::npos ? data_.size() : end + 1;
+  while (pos_ < data_.size() && !StartsWith(data_, pos_, kSeparator)) {
+    pos_ = LineEnd(data_, pos_).second;
   }
 }
 
-bool MboxReader::Next(std::string* message) {
+bool MboxReader::Next(std::string_view* message) {
   if (pos_ >= data_.size()) return false;
-  message->clear();
-  size_t pos = data_.find('\n', pos_);  // past the separator line
-  pos = pos == std::string::npos ? data_.size() : pos + 1;
-  size_t run = pos;  // start of the bytes not yet copied
+  const size_t start = LineEnd(data_, pos_).second;  // past the separator line
+  size_t pos = start;
+  size_t run = start;  // start of the bytes not yet copied to unquoted_
+  bool quoted = false;
   bool previous_blank = false;
   while (pos < data_.size()) {
-    size_t end = data_.find('\n', pos);
-    const size_t next = end == std::string::npos ? data_.size() : end + 1;
-    if (end == std::string::npos) end = data_.size();
-    if (StartsWith(data_, pos, kSeparator, kSeparatorLength) &&
+    const auto [end, next] = LineEnd(data_, pos);
+    if (StartsWith(data_, pos, kSeparator) &&
         (previous_blank || HasTimeOfDay(data_, pos, end))) {
       break;
     }
     if (data_[pos] == '>' && IsQuotedFrom(data_, pos, end)) {
-      message->append(data_, run, pos - run);
+      if (!quoted) unquoted_.clear();
+      quoted = true;
+      unquoted_.append(data_, run, pos - run);
       run = pos + 1;
     }
     previous_blank = IsBlank(data_, pos, end);
     pos = next;
   }
-  message->append(data_, run, pos - run);
   pos_ = pos;
-  DropSeparatorBlank(message);
+  last_unquoted_ = quoted;
+  if (!quoted) {
+    *message = DropSeparatorBlank(data_.substr(start, pos - start));
+    return true;
+  }
+  unquoted_.append(data_, run, pos - run);
+  *message = DropSeparatorBlank(unquoted_);
   return true;
 }
 
-std::vector<std::string> SplitMbox(const std::string& data) {
+std::vector<std::string> SplitMbox(std::string_view data) {
   std::vector<std::string> messages;
   MboxReader reader(data);
-  std::string m;
-  while (reader.Next(&m)) messages.push_back(std::move(m));
+  std::string_view m;
+  while (reader.Next(&m)) messages.emplace_back(m);
   return messages;
 }
 
-std::string ToMboxEntry(const std::string& raw) {
+std::string ToMboxEntry(std::string_view raw) {
   std::string out = kEntrySeparator;
+  out.reserve(out.size() + raw.size() + 2);
   size_t pos = 0;
   while (pos < raw.size()) {
-    size_t end = raw.find('\n', pos);
-    const size_t next = end == std::string::npos ? raw.size() : end + 1;
-    if (end == std::string::npos) end = raw.size();
-    if (StartsWith(raw, pos, kSeparator, kSeparatorLength) ||
-        IsQuotedFrom(raw, pos, end)) {
-      out += '>';
-    }
+    const auto [end, next] = LineEnd(raw, pos);
+    if (StartsWith(raw, pos, kSeparator) || IsQuotedFrom(raw, pos, end)) out += '>';
     out.append(raw, pos, next - pos);
     pos = next;
   }

@@ -4,30 +4,37 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vimport {
 
 // True when the bytes open like an mbox file.
-bool LooksLikeMbox(const std::string& data);
+bool LooksLikeMbox(std::string_view data);
 
 // Reads the messages of an mbox file one at a time, in order, separator
 // lines removed and quoted "From " lines unquoted. `data` must outlive it.
 class MboxReader {
  public:
-  explicit MboxReader(const std::string& data);
-  // False when no message is left.
-  bool Next(std::string* message);
+  explicit MboxReader(std::string_view data);
+  // False when no message is left. `*message` points into `data`, or into
+  // the reader when a quoted line had to be unquoted; it stays valid until
+  // the next call.
+  bool Next(std::string_view* message);
+  // True when the last message had quoted lines: it lies in the reader.
+  bool last_unquoted() const { return last_unquoted_; }
 
  private:
-  const std::string& data_;
+  std::string_view data_;
   size_t pos_ = 0;
+  std::string unquoted_;
+  bool last_unquoted_ = false;
 };
 
 // Every message of an mbox file, as MboxReader reads them.
-std::vector<std::string> SplitMbox(const std::string& data);
+std::vector<std::string> SplitMbox(std::string_view data);
 
 // One mbox entry (separator line, quoted body, blank line) for `raw`.
-std::string ToMboxEntry(const std::string& raw);
+std::string ToMboxEntry(std::string_view raw);
 
 }  // namespace vimport

@@ -25,7 +25,8 @@ target_link_libraries(virel-mime-dump PRIVATE virel_import_mime nlohmann_json::n
 if(VIREL_BUILD_TESTS)
   find_package(GTest REQUIRED)
   include(GoogleTest)
-  add_executable(virel_mime_tests ${VIREL_IMPORT_DIR}/tests/mime_reader_test.cc)
+  add_executable(virel_mime_tests ${VIREL_IMPORT_DIR}/tests/mime_reader_test.cc
+                                  ${VIREL_IMPORT_DIR}/tests/mime_decode_test.cc)
   target_link_libraries(virel_mime_tests PRIVATE virel_import_mime GTest::gtest_main)
   gtest_discover_tests(virel_mime_tests DISCOVERY_TIMEOUT 60)
 

@@ -12,6 +12,9 @@ namespace {
 
 // GMime bounds nesting while parsing; this keeps the walk bounded as well.
 constexpr int kMaxDepth = 64;
+// Encoded content is read in pieces of this size and decoded straight
+// into the result.
+constexpr size_t kDecodeChunkBytes = 16 * 1024;
 
 bool IsType(GMimeObject* object, const char* type, const char* subtype) {
   return g_mime_content_type_is_type(g_mime_object_get_content_type(object), type,
@@ -30,6 +33,39 @@ std::string TakeStream(GMimeStream* stream) {
 }
 
 std::string OrEmpty(const char* text) { return text == nullptr ? "" : text; }
+
+// Decodes the content straight into `out` with GMime's step decoders: the
+// bytes its decoding filter gives, without the filter stream and the copy
+// out of a memory stream. False on a read error.
+bool DecodeInPlace(GMimeDataWrapper* content, std::string* out) {
+  GMimeStream* source = g_mime_data_wrapper_get_stream(content);
+  GMimeEncoding state;
+  g_mime_encoding_init_decode(&state, g_mime_data_wrapper_get_encoding(content));
+  const gint64 length = g_mime_stream_length(source);
+  if (length > 0) out->reserve(g_mime_encoding_outlen(&state, static_cast<size_t>(length)));
+  if (g_mime_stream_reset(source) < 0) return false;
+  char chunk[kDecodeChunkBytes];
+  for (;;) {
+    const ssize_t n = g_mime_stream_read(source, chunk, sizeof chunk);
+    if (n < 0) return false;
+    if (n == 0) break;
+    const size_t at = out->size();
+    out->resize(at + g_mime_encoding_outlen(&state, static_cast<size_t>(n)));
+    out->resize(at + g_mime_encoding_step(&state, chunk, static_cast<size_t>(n), &(*out)[at]));
+  }
+  const size_t at = out->size();
+  out->resize(at + g_mime_encoding_outlen(&state, 0));
+  out->resize(at + g_mime_encoding_flush(&state, chunk, 0, &(*out)[at]));
+  return g_mime_stream_reset(source) == 0;
+}
+
+// Decodes through GMime's filter, which also finds uuencode's "begin" line.
+bool DecodeThroughFilter(GMimeDataWrapper* content, std::string* out) {
+  GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new());
+  const bool ok = g_mime_data_wrapper_write_to_stream(content, stream.get()) >= 0;
+  *out = TakeStream(stream.get());
+  return ok;
+}
 
 }  // namespace
 
@@ -106,12 +142,15 @@ void PartCollector::AddAttachment(GMimeObject* object, std::string data) {
 
 std::string PartCollector::Content(GMimePart* part) {
   GMimeDataWrapper* content = g_mime_part_get_content(part);
-  if (content == nullptr) return std::string();
-  GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new());
-  if (g_mime_data_wrapper_write_to_stream(content, stream.get()) < 0) {
-    item_->problems.push_back("a part's content could not be decoded");
-  }
-  return TakeStream(stream.get());
+  std::string out;
+  if (content == nullptr) return out;
+  const bool decoded =
+      g_mime_data_wrapper_get_stream(content) != nullptr &&
+      (g_mime_data_wrapper_get_encoding(content) == GMIME_CONTENT_ENCODING_UUENCODE
+           ? DecodeThroughFilter(content, &out)
+           : DecodeInPlace(content, &out));
+  if (!decoded) item_->problems.push_back("a part's content could not be decoded");
+  return out;
 }
 
 std::string PartCollector::MessageBytes(GMimeMessagePart* part) {

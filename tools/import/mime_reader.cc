@@ -2,6 +2,7 @@
 
 #include <gmime/gmime.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "gmime_init.h"
@@ -35,6 +36,34 @@ ParserOptionsPtr MakeOptions(std::vector<std::string>* problems) {
   return options;
 }
 
+// A GMime memory stream that reads `bytes` where they lie instead of
+// copying them. The bytes are never written to; they, and the array,
+// must outlive the stream and everything parsed from it.
+class BorrowedBytes {
+ public:
+  explicit BorrowedBytes(std::string_view bytes)
+      : data_(const_cast<guint8*>(reinterpret_cast<const guint8*>(bytes.data()))),
+        array_(bytes.empty() ? g_byte_array_new()
+                             : g_byte_array_new_take(data_, std::min<size_t>(
+                                                                bytes.size(), G_MAXUINT))) {}
+  ~BorrowedBytes() {
+    guint8* segment = g_byte_array_free(array_, FALSE);
+    if (segment != data_) g_free(segment);  // the array's own, not ours
+  }
+  BorrowedBytes(const BorrowedBytes&) = delete;
+  BorrowedBytes& operator=(const BorrowedBytes&) = delete;
+
+  GObjectPtr<GMimeStream> NewStream() const {
+    GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new_with_byte_array(array_));
+    g_mime_stream_mem_set_owner(GMIME_STREAM_MEM(stream.get()), FALSE);
+    return stream;
+  }
+
+ private:
+  guint8* data_;
+  GByteArray* array_;
+};
+
 void ReadDate(GMimeMessage* message, MailItem* item) {
   GDateTime* date = g_mime_message_get_date(message);
   if (date != nullptr) {
@@ -58,21 +87,22 @@ void ReadHeaders(GMimeMessage* message, GMimeParserOptions* options, MailItem* i
 
 }  // namespace
 
-MailItem ParseMessage(const std::string& raw) {
+MailItem ParseMessage(std::string_view raw) {
   InitGMimeOnce();
   MailItem item;
   // Declared first so that it outlives everything GMime built with it.
   ParserOptionsPtr options = MakeOptions(&item.problems);
   // Headers are decoded again from their raw values: warnings were given.
   ParserOptionsPtr quiet_options = MakeOptions(nullptr);
-  GObjectPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.data(), raw.size()));
+  const BorrowedBytes bytes(raw);
+  GObjectPtr<GMimeStream> stream = bytes.NewStream();
   GObjectPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
   GObjectPtr<GMimeMessage> message(
       g_mime_parser_construct_message(parser.get(), options.get()));
   if (message == nullptr) {
     item.problems.push_back("not readable as a MIME message; kept whole as the body");
     std::string problem;
-    item.body_plain = TextToUtf8(raw, "", &problem);
+    item.body_plain = TextToUtf8(std::string(raw), "", &problem);
     return item;
   }
   ReadHeaders(message.get(), quiet_options.get(), &item);

@@ -1,7 +1,7 @@
 // Reads one MIME message into a MailItem with GMime.
 #pragma once
 
-#include <string>
+#include <string_view>
 
 #include "items.h"
 
@@ -11,6 +11,6 @@ namespace vimport {
 // as it can be parsed. Never fails: what could not be read as declared is
 // listed in `problems`, and input GMime cannot read as a message at all is
 // kept whole as the plain body. Every text in the result is valid UTF-8.
-MailItem ParseMessage(const std::string& raw);
+MailItem ParseMessage(std::string_view raw);
 
 }  // namespace vimport

@@ -23,20 +23,22 @@ bool MoveText(std::string* text, const char* file_name, virel::MessageRecord* m)
 
 }  // namespace
 
-virel::MessageRecord ToMessageRecord(const MailItem& item) {
+virel::MessageRecord ToMessageRecord(MailItem item) {
   virel::MessageRecord m;
-  m.subject = item.subject;
-  m.body_plain = item.body_plain;
-  m.third_text = item.body_html;
-  m.sender_name = item.from.name;
-  m.sender_address = item.from.address;
+  m.subject = std::move(item.subject);
+  m.body_plain = std::move(item.body_plain);
+  m.third_text = std::move(item.body_html);
+  m.sender_name = std::move(item.from.name);
+  m.sender_address = std::move(item.from.address);
   AddRecipients(item.to, virel::RecipientKind::kTo, &m);
   AddRecipients(item.cc, virel::RecipientKind::kCc, &m);
   AddRecipients(item.bcc, virel::RecipientKind::kBcc, &m);
   if (item.has_time) m.time = virel::SecondsToTicks(item.time);
-  for (const Attachment& a : item.attachments) {
+  m.attachments.reserve(item.attachments.size());
+  for (Attachment& a : item.attachments) {
     m.attachments.push_back(
-        {a.file_name, virel::Bytes(a.data.begin(), a.data.end())});
+        {std::move(a.file_name), virel::Bytes(a.data.begin(), a.data.end())});
+    a.data = std::string();  // freed before the next copy is made
   }
   return m;
 }

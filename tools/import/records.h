@@ -6,7 +6,8 @@
 
 namespace vimport {
 
-virel::MessageRecord ToMessageRecord(const MailItem& item);
+// Texts are moved out of `item`; attachment bytes are copied.
+virel::MessageRecord ToMessageRecord(MailItem item);
 virel::EventRecord ToEventRecord(const EventItem& item);
 
 // Moves the HTML body, or else the plain body, into an attachment

@@ -35,7 +35,7 @@ void RejectedItems::Check(const std::ofstream& out, const std::string& path) {
   if (!out) throw std::runtime_error(path + ": cannot write");
 }
 
-void RejectedItems::AddMessage(const std::string& raw) {
+void RejectedItems::AddMessage(std::string_view raw) {
   if (!mbox_.is_open()) Open(&mbox_, mbox_path_);
   mbox_ << ToMboxEntry(raw);
   Check(mbox_, mbox_path_);

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace vimport {
 
@@ -14,7 +15,7 @@ class RejectedItems {
   ~RejectedItems();
 
   // Throw std::runtime_error when the file cannot be written.
-  void AddMessage(const std::string& raw);
+  void AddMessage(std::string_view raw);
   void AddEvent(const std::string& vevent);
   // Ends the calendar; throws as above.
   void Close();

@@ -3,6 +3,8 @@
 #include <glib.h>
 #include <gmime/gmime.h>
 
+#include <map>
+
 #include "gmime_init.h"
 
 namespace vimport {
@@ -16,12 +18,40 @@ bool SameCharset(const char* a, const char* b) {
   return g_ascii_strcasecmp(a, b) == 0;
 }
 
+// Converters to UTF-8 by source charset, opened once per thread: opening
+// one costs far more than most texts take to convert.
+class Utf8Converters {
+ public:
+  ~Utf8Converters() {
+    for (const auto& entry : open_) {
+      if (entry.second != kNone) g_iconv_close(entry.second);
+    }
+  }
+  // Null when iconv knows no such charset. Reset, ready for a new text.
+  GIConv From(const char* charset) {
+    auto found = open_.find(charset);
+    if (found == open_.end()) {
+      found = open_.emplace(charset, g_iconv_open(kUtf8, charset)).first;
+    }
+    if (found->second == kNone) return nullptr;
+    g_iconv(found->second, nullptr, nullptr, nullptr, nullptr);
+    return found->second;
+  }
+
+ private:
+  static inline const GIConv kNone = reinterpret_cast<GIConv>(-1);
+  std::map<std::string, GIConv, std::less<>> open_;
+};
+
 // Whole-input conversion; fails on any byte the charset does not define.
 bool Convert(const std::string& in, const char* from, std::string* out) {
+  static thread_local Utf8Converters converters;
+  GIConv converter = converters.From(from);
+  if (converter == nullptr) return false;
   gsize written = 0;
   GError* error = nullptr;
-  gchar* converted = g_convert(in.data(), static_cast<gssize>(in.size()), kUtf8,
-                               from, nullptr, &written, &error);
+  gchar* converted = g_convert_with_iconv(in.data(), static_cast<gssize>(in.size()),
+                                          converter, nullptr, &written, &error);
   if (converted == nullptr) {
     g_clear_error(&error);
     return false;
@@ -67,7 +97,7 @@ bool IsValidUtf8(const std::string& bytes) {
   return true;
 }
 
-std::string TextToUtf8(const std::string& bytes, const std::string& declared,
+std::string TextToUtf8(std::string bytes, const std::string& declared,
                        std::string* problem) {
   const std::string from = declared.empty() ? kUtf8 : IconvName(declared);
   if (SameCharset(from.c_str(), kUtf8) && IsValidUtf8(bytes)) return bytes;

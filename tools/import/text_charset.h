@@ -13,7 +13,7 @@ bool IsValidUtf8(const std::string& bytes);
 // declared charset, then UTF-8, then windows-1252, then ISO-8859-1, which
 // takes any byte. When the result is not a plain reading of the declared
 // charset, `*problem` says what was done; otherwise it is left unchanged.
-std::string TextToUtf8(const std::string& bytes, const std::string& declared,
+std::string TextToUtf8(std::string bytes, const std::string& declared,
                        std::string* problem);
 
 // A C string from a library (may be null, may hold raw bytes) as valid UTF-8.

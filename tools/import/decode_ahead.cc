@@ -1,0 +1,101 @@
+#include "decode_ahead.h"
+
+#include <utility>
+
+#include "mbox_file.h"
+#include "mime_reader.h"
+
+namespace vimport {
+
+DecodeAhead::DecodeAhead(Source source, size_t max_ahead, size_t max_ahead_bytes)
+    : source_(std::move(source)),
+      max_ahead_(max_ahead),
+      max_ahead_bytes_(max_ahead_bytes),
+      thread_(&DecodeAhead::Run, this) {}
+
+DecodeAhead::~DecodeAhead() {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    stop_ = true;
+  }
+  changed_.notify_all();
+  thread_.join();
+}
+
+bool DecodeAhead::HasRoom() const {
+  return ready_.empty() ||
+         (ready_.size() < max_ahead_ && ready_bytes_ < max_ahead_bytes_);
+}
+
+void DecodeAhead::Run() {
+  try {
+    for (;;) {
+      DecodedMessage message;
+      if (!source_(&message)) break;
+      std::unique_lock<std::mutex> lock(mutex_);
+      changed_.wait(lock, [this] { return stop_ || HasRoom(); });
+      if (stop_) return;
+      ready_bytes_ += message.raw().size();
+      ready_.push_back(std::move(message));
+      changed_.notify_all();
+    }
+  } catch (...) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    error_ = std::current_exception();
+  }
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    done_ = true;
+  }
+  changed_.notify_all();
+}
+
+bool DecodeAhead::Next(DecodedMessage* message) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  changed_.wait(lock, [this] { return !ready_.empty() || done_; });
+  if (ready_.empty()) {
+    if (error_) std::rethrow_exception(error_);
+    return false;
+  }
+  *message = std::move(ready_.front());
+  ready_.pop_front();
+  ready_bytes_ -= message->raw().size();
+  // The decoder, once it waits for room, is woken when the queue is half
+  // empty, so that it decodes several messages per wake-up.
+  if (ready_.size() <= max_ahead_ / 2 && ready_bytes_ <= max_ahead_bytes_ / 2) {
+    changed_.notify_all();
+  }
+  return true;
+}
+
+DecodeAhead::Source MboxMessages(std::string_view mbox) {
+  return [reader = MboxReader(mbox)](DecodedMessage* message) mutable {
+    std::string_view raw;
+    if (!reader.Next(&raw)) return false;
+    // A view into the reader's own buffer does not outlast the next call.
+    message->copied = reader.last_unquoted();
+    if (message->copied) {
+      message->copy = std::string(raw);
+    } else {
+      message->in_place = raw;
+    }
+    message->item = ParseMessage(raw);
+    return true;
+  };
+}
+
+DecodeAhead::Source MessageFiles(std::vector<std::string> paths) {
+  return [paths = std::move(paths), next = size_t{0}](DecodedMessage* message) mutable {
+    if (next == paths.size()) return false;
+    auto file = std::make_shared<InputFile>();
+    message->readable = file->Open(paths[next++]);
+    if (message->readable) {
+      message->in_place = file->bytes();
+      message->item = ParseMessage(message->in_place);
+      message->file = std::move(file);
+    }
+    return true;
+  };
+}
+
+}  // namespace vimport
