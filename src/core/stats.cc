@@ -68,27 +68,41 @@ uint64_t Stats::MonotonicNanos() {
 #endif
 }
 
-void Stats::StartTimer(const std::string& name) {
+namespace {
+
+// The entry of `name`, made on first use; lookups allocate nothing.
+template <typename Map>
+typename Map::mapped_type& Entry(Map* map, std::string_view name) {
+  auto it = map->find(name);
+  if (it == map->end()) it = map->emplace(std::string(name), typename Map::mapped_type()).first;
+  return it->second;
+}
+
+}  // namespace
+
+void Stats::StartTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  running_[name] = now;
+  Timer& timer = Entry(&timers_, name);
+  timer.start = now;
+  timer.running = true;
 }
 
-void Stats::StopTimer(const std::string& name) {
+void Stats::StopTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = running_.find(name);
-  if (it == running_.end()) return;
-  durations_[name].Add((now - it->second) / 1000);
-  running_.erase(it);
+  auto it = timers_.find(name);
+  if (it == timers_.end() || !it->second.running) return;
+  it->second.running = false;
+  Entry(&durations_, name).Add((now - it->second.start) / 1000);
 }
 
-void Stats::Record(const std::string& name, double value) {
+void Stats::Record(std::string_view name, double value) {
   if (g_paused != 0) return;
   std::lock_guard<std::mutex> lock(mu_);
-  values_[name].Add(value);
+  Entry(&values_, name).Add(value);
 }
 
 StatSummary<uint64_t> Stats::Durations(const std::string& name) const {
@@ -105,12 +119,13 @@ StatSummary<double> Stats::Values(const std::string& name) const {
 
 bool Stats::TimerRunning(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  return running_.count(name) != 0;
+  auto it = timers_.find(name);
+  return it != timers_.end() && it->second.running;
 }
 
 void Stats::Reset() {
   std::lock_guard<std::mutex> lock(mu_);
-  running_.clear();
+  timers_.clear();
   durations_.clear();
   values_.clear();
 }

@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace virel {
@@ -38,10 +39,10 @@ class Stats {
 
   // Stores the current monotonic time (ns) under `name`, replacing a
   // running measurement of the same name.
-  void StartTimer(const std::string& name);
+  void StartTimer(std::string_view name);
   // Adds the elapsed microseconds to the name's durations, if started.
-  void StopTimer(const std::string& name);
-  void Record(const std::string& name, double value);
+  void StopTimer(std::string_view name);
+  void Record(std::string_view name, double value);
 
   // Read accessors for tests; an unknown name gives an empty summary.
   StatSummary<uint64_t> Durations(const std::string& name) const;
@@ -53,10 +54,19 @@ class Stats {
 
  private:
   Stats() = default;
+  // A timer's start, kept after it stops so that restarting a name
+  // allocates nothing.
+  struct Timer {
+    uint64_t start = 0;
+    bool running = false;
+  };
+  template <typename V>
+  using NameMap = std::map<std::string, V, std::less<>>;
+
   mutable std::mutex mu_;
-  std::map<std::string, uint64_t> running_;
-  std::map<std::string, StatSummary<uint64_t>> durations_;
-  std::map<std::string, StatSummary<double>> values_;
+  NameMap<Timer> timers_;
+  NameMap<StatSummary<uint64_t>> durations_;
+  NameMap<StatSummary<double>> values_;
 };
 
 // Nothing is recorded on this thread while one of these lives: planning

@@ -164,10 +164,9 @@ ndb::Bref Virel::Impl::WriteTree(bool nbt) {
 }
 
 void Virel::Impl::WriteCounters() {
-  Bytes record;
-  PutFixed32(&record, messages_added_);
-  PutFixed32(&record, events_added_);
-  record.resize(kCounterRecordSize, 0);
+  Bytes record(kCounterRecordSize, 0);
+  EncodeFixed32(record.data(), messages_added_);
+  EncodeFixed32(record.data() + 4, events_added_);
   data_->WriteData(record, false);
 }
 

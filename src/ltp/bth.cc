@@ -12,7 +12,7 @@ namespace ltp {
 namespace {
 
 constexpr uint8_t kShortKeySize = 2;
-constexpr uint8_t kLongKeySize = 4;
+[[maybe_unused]] constexpr uint8_t kLongKeySize = 4;
 
 }  // namespace
 
@@ -29,37 +29,42 @@ BthBuilder::BthBuilder(uint8_t key_size, uint8_t entry_size)
   assert(key_size == kShortKeySize || key_size == kLongKeySize);
 }
 
-void BthBuilder::Add(uint32_t key, Bytes data) {
+void BthBuilder::Add(uint32_t key, const uint8_t* data) {
+  keys_.push_back(key);
+  data_.insert(data_.end(), data, data + entry_size_);
+}
+
+void BthBuilder::Add(uint32_t key, const Bytes& data) {
   assert(data.size() == entry_size_);
-  records_.emplace_back(key, std::move(data));
+  Add(key, data.data());
 }
 
 Bytes BthBuilder::EncodeLeaves() const {
-  std::vector<const std::pair<uint32_t, Bytes>*> sorted;
-  sorted.reserve(records_.size());
-  for (const auto& record : records_) sorted.push_back(&record);
-  std::stable_sort(sorted.begin(), sorted.end(),
-                   [](const auto* a, const auto* b) {
-                     return a->first < b->first;
-                   });
+  std::vector<uint32_t> order(keys_.size());
+  for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [this](uint32_t a, uint32_t b) { return keys_[a] < keys_[b]; });
 
-  Bytes leaves;
-  leaves.reserve(records_.size() * (key_size_ + entry_size_));
-  for (const auto* record : sorted) {
+  const size_t record_size = size_t{key_size_} + entry_size_;
+  Bytes leaves(keys_.size() * record_size);
+  uint8_t* out = leaves.data();
+  for (uint32_t i : order) {
     if (key_size_ == kShortKeySize) {
-      PutFixed16(&leaves, static_cast<uint16_t>(record->first));
+      EncodeFixed16(out, static_cast<uint16_t>(keys_[i]));
     } else {
-      PutFixed32(&leaves, record->first);
+      EncodeFixed32(out, keys_[i]);
     }
-    PutBytes(&leaves, record->second);
+    std::copy_n(&data_[size_t{i} * entry_size_], entry_size_, out + key_size_);
+    out += record_size;
   }
   return leaves;
 }
 
 uint32_t BthBuilder::Finish(Heap* heap) {
   BthHeader header{kBthType, key_size_, entry_size_, 0, 0};
-  if (!records_.empty()) header.hid_root = heap->Allocate(EncodeLeaves());
+  if (!keys_.empty()) header.hid_root = heap->Allocate(EncodeLeaves());
   Bytes encoded;
+  encoded.reserve(kBthHeaderSize);
   header.EncodeTo(&encoded);
   return heap->Allocate(encoded);
 }

@@ -32,7 +32,8 @@ class BthBuilder {
 
   // Adds one record; data must be entry_size bytes. Records with equal keys
   // keep the order in which they were added.
-  void Add(uint32_t key, Bytes data);
+  void Add(uint32_t key, const uint8_t* data);
+  void Add(uint32_t key, const Bytes& data);
 
   // Allocates the sorted leaf array (only when there are records), then
   // the header, and returns the header's HID.
@@ -43,7 +44,8 @@ class BthBuilder {
 
   uint8_t key_size_;
   uint8_t entry_size_;
-  std::vector<std::pair<uint32_t, Bytes>> records_;
+  std::vector<uint32_t> keys_;
+  Bytes data_;  // entry_size bytes per record, in the order added
 };
 
 }  // namespace ltp

@@ -1,7 +1,7 @@
 #include "ltp/heap.h"
 
 #include <algorithm>
-#include <vector>
+#include <cstring>
 
 #include "ltp/ltp_format.h"
 
@@ -21,9 +21,11 @@ constexpr size_t kOffsetClientSignature = 3;
 constexpr size_t kOffsetUserRoot = 4;
 // rgbFillLevel (offset 8) stays zero.
 
-uint32_t HidForIndex(uint16_t index) {
-  return (static_cast<uint32_t>(index) & kHidIndexMask) << kHidIndexShift;
+uint32_t HidForIndex(uint32_t index) {
+  return (index & kHidIndexMask) << kHidIndexShift;
 }
+
+constexpr size_t kSlots = kHidIndexMask + 1;
 
 }  // namespace
 
@@ -31,50 +33,49 @@ void Heap::Reset() {
   next_index_ = 1;
   client_signature_ = 0;
   user_root_ = 0;
-  allocations_.clear();
+  slots_.clear();
+  data_.clear();
+  count_ = 0;
 }
 
-uint32_t Heap::Allocate(const Bytes& data) {
-  const uint32_t hid = HidForIndex(next_index_++);
-  allocations_[hid] = data;
-  return hid;
+uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
+  const uint32_t index = next_index_++;
+  const size_t slot = index & kHidIndexMask;
+  if (slot >= slots_.size()) {
+    slots_.resize(std::min(kSlots, std::max(slot + 1, 2 * slots_.size())));
+  }
+  Span& span = slots_[slot];
+  if (!span.used) ++count_;
+  span = {data_.size(), size, true};
+  data_.insert(data_.end(), data, data + size);
+  return HidForIndex(index);
 }
 
 bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
 
 Bytes Heap::Serialize() const {
-  // Start offset of every allocation plus the end of the last one.
-  std::vector<size_t> offsets;
-  offsets.reserve(allocations_.size() + 1);
-  size_t end = kHeapHeaderSize;
-  offsets.push_back(end);
-  for (const auto& allocation : allocations_) {
-    end += allocation.second.size();
-    offsets.push_back(end);
-  }
-  const size_t page_map = end;
-  const size_t count = allocations_.size();
-
-  Bytes out(page_map + (count + kPageMapFixedEntries) * kPageMapEntrySize, 0);
+  size_t page_map = kHeapHeaderSize;
+  for (const Span& span : slots_) page_map += span.used ? span.size : 0;
+  Bytes out(page_map + (count_ + kPageMapFixedEntries) * kPageMapEntrySize, 0);
   EncodeFixed16(&out[kOffsetPageMap], static_cast<uint16_t>(page_map));
   out[kOffsetSignature] = kHeapSignature;
   out[kOffsetClientSignature] = client_signature_;
   EncodeFixed32(&out[kOffsetUserRoot], user_root_);
 
-  size_t i = 0;
-  for (const auto& allocation : allocations_) {
-    std::copy(allocation.second.begin(), allocation.second.end(),
-              out.begin() + static_cast<std::ptrdiff_t>(offsets[i++]));
-  }
-
+  // The allocations back to back, each start in the map, then the end.
   uint8_t* map = &out[page_map];
-  EncodeFixed16(map, static_cast<uint16_t>(count));
+  EncodeFixed16(map, static_cast<uint16_t>(count_));
   EncodeFixed16(map + kPageMapEntrySize, 0);  // cFree
   map += 2 * kPageMapEntrySize;
-  for (size_t offset : offsets) {
-    EncodeFixed16(map, static_cast<uint16_t>(offset));
+  size_t end = kHeapHeaderSize;
+  for (const Span& span : slots_) {
+    if (!span.used) continue;
+    EncodeFixed16(map, static_cast<uint16_t>(end));
     map += kPageMapEntrySize;
+    if (span.size > 0) std::memcpy(&out[end], &data_[span.offset], span.size);
+    end += span.size;
   }
+  EncodeFixed16(map, static_cast<uint16_t>(end));
   return out;
 }
 

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <vector>
 
 #include "core/coding.h"
 
@@ -20,13 +20,14 @@ class Heap {
   // Stores a copy of the bytes (possibly empty) and returns its HID. The
   // index wraps after 2047 allocations; a colliding HID replaces the older
   // allocation.
-  uint32_t Allocate(const Bytes& data);
+  uint32_t Allocate(const Bytes& data) { return Allocate(data.data(), data.size()); }
+  uint32_t Allocate(const uint8_t* data, size_t size);
 
   void set_client_signature(uint8_t signature) { client_signature_ = signature; }
   void set_user_root(uint32_t hid) { user_root_ = hid; }
   uint8_t client_signature() const { return client_signature_; }
   uint32_t user_root() const { return user_root_; }
-  size_t allocation_count() const { return allocations_.size(); }
+  size_t allocation_count() const { return count_; }
   // More allocations were drawn than HIDs exist, so some were replaced.
   bool wrapped() const;
 
@@ -35,12 +36,21 @@ class Heap {
   Bytes Serialize() const;
 
  private:
-  uint16_t next_index_;
+  uint32_t next_index_;  // counts on past the wrap, so wrapped() stays true
   uint8_t client_signature_;
   uint32_t user_root_;
-  // Keyed by HID; since hidType and hidBlockIndex are always 0, key order
-  // is index order.
-  std::map<uint32_t, Bytes> allocations_;
+  // Where an allocation's bytes sit in data_.
+  struct Span {
+    size_t offset = 0;
+    size_t size = 0;
+    bool used = false;
+  };
+
+  // Slot per (wrapped) index, so slot order is HID order; a replaced
+  // allocation's bytes stay in data_ unreferenced.
+  std::vector<Span> slots_;
+  Bytes data_;
+  size_t count_ = 0;
 };
 
 }  // namespace ltp

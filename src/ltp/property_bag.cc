@@ -9,7 +9,13 @@ namespace virel {
 namespace ltp {
 
 void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
-  values_[tag] = std::move(value);
+  for (auto& entry : values_) {
+    if (entry.first == tag) {
+      entry.second = std::move(value);
+      return;
+    }
+  }
+  values_.emplace_back(tag, std::move(value));
 }
 
 void PropertyBag::SetInt32(uint32_t tag, uint32_t value) {
@@ -26,12 +32,14 @@ void PropertyBag::SetInt64(uint32_t tag, uint64_t value) {
 
 const Bytes& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
   SetBytes(tag, Utf8ToUtf16(utf8));
-  return *Find(tag);
+  return *Find(tag);  // stable until the next setter call
 }
 
 const Bytes* PropertyBag::Find(uint32_t tag) const {
-  auto it = values_.find(tag);
-  return it == values_.end() ? nullptr : &it->second;
+  for (const auto& entry : values_) {
+    if (entry.first == tag) return &entry.second;
+  }
+  return nullptr;
 }
 
 std::vector<uint32_t> PropertyBag::SortedTags() const {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "core/coding.h"
@@ -32,7 +32,8 @@ class PropertyBag {
   std::vector<uint32_t> SortedTags() const;
 
  private:
-  std::unordered_map<uint32_t, Bytes> values_;
+  // Few per object, so a plain list beats a hash table.
+  std::vector<std::pair<uint32_t, Bytes>> values_;
 };
 
 }  // namespace ltp

@@ -33,10 +33,10 @@ void BuildPropertyContext(const PropertyBag& bag, Heap* heap) {
 
   BthBuilder records(kPcKeySize, kPcEntrySize);
   for (uint32_t tag : bag.SortedTags()) {
-    Bytes entry;
-    PutFixed16(&entry, PropType(tag));
-    PutFixed32(&entry, ValueHnid(*bag.Find(tag), heap));
-    records.Add(PropId(tag), std::move(entry));
+    uint8_t entry[kPcEntrySize];
+    EncodeFixed16(entry, PropType(tag));
+    EncodeFixed32(entry + 2, ValueHnid(*bag.Find(tag), heap));
+    records.Add(PropId(tag), entry);
   }
   heap->set_user_root(records.Finish(heap));
 }

@@ -63,8 +63,24 @@ TEST(LtpHeapTest, IndexWrapsAfter2047Allocations) {
   uint32_t hid = 0;
   for (int i = 0; i < 2047; ++i) hid = heap.Allocate(Bytes{});
   EXPECT_EQ(hid, 0xFFE0u);
-  EXPECT_EQ(heap.Allocate(Bytes{}), 0u);
-  EXPECT_EQ(heap.Allocate(Bytes{}), 0x20u);
+  EXPECT_FALSE(heap.wrapped());
+  EXPECT_EQ(heap.Allocate(Bytes{5}), 0u);
+  EXPECT_EQ(heap.Allocate(Bytes{6, 6}), 0x20u);  // replaces the first one
+  EXPECT_TRUE(heap.wrapped());
+  EXPECT_EQ(heap.allocation_count(), 2048u);
+  // HID order: index 0 (the newest but one) leads, index 1 holds its
+  // replacement.
+  HeapView view;
+  ASSERT_TRUE(ParseHeap(heap.Serialize(), &view));
+  ASSERT_EQ(view.rgib.size(), 2049u);
+  EXPECT_EQ(view.rgib[0], 12u);
+  EXPECT_EQ(view.rgib[1], 13u);
+  EXPECT_EQ(view.rgib[2], 15u);
+  EXPECT_EQ(view.rgib.back(), 15u);
+  // However far the counter runs, the heap stays marked as wrapped.
+  for (int i = 0; i < 70000; ++i) heap.Allocate(Bytes{});
+  EXPECT_TRUE(heap.wrapped());
+  EXPECT_EQ(heap.allocation_count(), 2048u);
 }
 
 }  // namespace
