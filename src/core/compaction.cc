@@ -14,6 +14,7 @@ namespace {
 using Cells = ItemRowCells;
 
 constexpr uint32_t kMessageFlagRead = 1;
+constexpr size_t kMessageRowCells = 9;  // the most a message's row has
 constexpr size_t kGroupSetBuckets = 8;
 constexpr char kDisplayToSeparator[] = "; ";
 
@@ -37,9 +38,10 @@ std::optional<Bytes> OptionalText(const std::string& s) {
   return ltp::Utf8ToUtf16(s);
 }
 
-// A cell with the bag's value of `t` when the bag has it.
-void AddFromBag(Cells* cells, const ltp::PropertyBag& bag, uint32_t t) {
-  if (const Bytes* value = bag.Find(t)) cells->emplace_back(t, *value);
+// A cell with the bag's value of `t`, moved out, when the bag has it.
+void AddFromBag(Cells* cells, ltp::PropertyBag* bag, uint32_t t) {
+  Bytes value;
+  if (bag->Take(t, &value)) cells->emplace_back(t, std::move(value));
 }
 
 Bytes ZeroValue(uint16_t type) {
@@ -49,8 +51,8 @@ Bytes ZeroValue(uint16_t type) {
 }  // namespace
 
 StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
-                           const ltp::PropertyBag& properties) {
-  return {result, MessageRowCells(m, &properties)};
+                           ltp::PropertyBag* properties) {
+  return {result, MessageRowCells(m, properties)};
 }
 
 StoredEvent StoreEvent(const EventResult& result, const EventRecord& e) {
@@ -117,16 +119,17 @@ const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
   return &items_.messages.at(r.nid).row;
 }
 
-Cells MessageRowCells(const MessageRecord& m, const ltp::PropertyBag* properties) {
+Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
   // A text the bag holds was converted when the message was serialised.
   auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
     if (properties != nullptr) {
-      AddFromBag(cells, *properties, t);
+      AddFromBag(cells, properties, t);
     } else {
       AddString(cells, t, s);
     }
   };
   Cells cells;
+  cells.reserve(kMessageRowCells);
   cells.emplace_back(tag::kMessageClass,
                      ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
   add_text(&cells, tag::kSubject, m.subject);

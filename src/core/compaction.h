@@ -12,15 +12,15 @@
 namespace virel {
 
 // What close keeps of an added message: `properties` is the bag its
-// serialisation filled, whose converted texts the row reuses.
+// serialisation filled, whose converted texts the row takes over.
 StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
-                           const ltp::PropertyBag& properties);
+                           ltp::PropertyBag* properties);
 StoredEvent StoreEvent(const EventResult& result, const EventRecord& e);
 
-// The cells of a message's row; texts come from `properties` when given,
-// else they are converted here.
+// The cells of a message's row; texts are moved out of `properties` when
+// given, else they are converted here.
 ItemRowCells MessageRowCells(const MessageRecord& m,
-                             const ltp::PropertyBag* properties);
+                             ltp::PropertyBag* properties);
 // The cells of an event's row; assigns its named properties if needed.
 ItemRowCells EventRowCells(const StoredEvent& e, NamedPropertyMap* names);
 // Bytes an item's row adds to its folder's row block.

@@ -70,64 +70,74 @@ uint64_t Stats::MonotonicNanos() {
 
 namespace {
 
-// The entry of `name`, made on first use; lookups allocate nothing.
-template <typename Map>
-typename Map::mapped_type& Entry(Map* map, std::string_view name) {
-  auto it = map->find(name);
-  if (it == map->end()) it = map->emplace(std::string(name), typename Map::mapped_type()).first;
-  return it->second;
+template <typename Entries>
+auto FindIn(Entries& entries, std::string_view name) -> decltype(&entries.front()) {
+  for (auto& e : entries) {
+    if (e.name.size() == name.size() && e.name == name) return &e;
+  }
+  return nullptr;
 }
 
 }  // namespace
+
+const Stats::Entry* Stats::Find(std::string_view name) const { return FindIn(entries_, name); }
+
+Stats::Entry& Stats::FindOrAdd(std::string_view name) {
+  if (Entry* e = FindIn(entries_, name)) return *e;
+  entries_.push_back(Entry());
+  entries_.back().name = std::string(name);
+  return entries_.back();
+}
 
 void Stats::StartTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  Timer& timer = Entry(&timers_, name);
-  timer.start = now;
-  timer.running = true;
+  Entry& e = FindOrAdd(name);
+  e.start = now;
+  e.running = true;
 }
 
 void Stats::StopTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = timers_.find(name);
-  if (it == timers_.end() || !it->second.running) return;
-  it->second.running = false;
-  Entry(&durations_, name).Add((now - it->second.start) / 1000);
+  Entry* e = FindIn(entries_, name);
+  if (e == nullptr || !e->running) return;
+  e->running = false;
+  e->has_durations = true;
+  e->durations.Add((now - e->start) / 1000);
 }
 
 void Stats::Record(std::string_view name, double value) {
   if (g_paused != 0) return;
   std::lock_guard<std::mutex> lock(mu_);
-  Entry(&values_, name).Add(value);
+  Entry& e = FindOrAdd(name);
+  e.has_values = true;
+  e.values.Add(value);
 }
 
 StatSummary<uint64_t> Stats::Durations(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = durations_.find(name);
-  return it == durations_.end() ? StatSummary<uint64_t>() : InOrder(it->second);
+  const Entry* e = Find(name);
+  return e == nullptr || !e->has_durations ? StatSummary<uint64_t>() : InOrder(e->durations);
 }
 
 StatSummary<double> Stats::Values(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = values_.find(name);
-  return it == values_.end() ? StatSummary<double>() : InOrder(it->second);
+  const Entry* e = Find(name);
+  return e == nullptr || !e->has_values ? StatSummary<double>() : InOrder(e->values);
 }
 
 bool Stats::TimerRunning(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = timers_.find(name);
-  return it != timers_.end() && it->second.running;
+  const Entry* e = Find(name);
+  return e != nullptr && e->running;
 }
 
 void Stats::Reset() {
   std::lock_guard<std::mutex> lock(mu_);
-  timers_.clear();
-  durations_.clear();
-  values_.clear();
+  entries_.clear();
 }
 
 }  // namespace virel

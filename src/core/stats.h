@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -54,19 +53,22 @@ class Stats {
 
  private:
   Stats() = default;
-  // A timer's start, kept after it stops so that restarting a name
-  // allocates nothing.
-  struct Timer {
+  // Everything kept under one name. The few names live in a list that is
+  // searched by length and bytes, so a lookup allocates and hashes nothing.
+  struct Entry {
+    std::string name;
     uint64_t start = 0;
     bool running = false;
+    bool has_durations = false;
+    bool has_values = false;
+    StatSummary<uint64_t> durations;
+    StatSummary<double> values;
   };
-  template <typename V>
-  using NameMap = std::map<std::string, V, std::less<>>;
+  const Entry* Find(std::string_view name) const;
+  Entry& FindOrAdd(std::string_view name);
 
   mutable std::mutex mu_;
-  NameMap<Timer> timers_;
-  NameMap<StatSummary<uint64_t>> durations_;
-  NameMap<StatSummary<double>> values_;
+  std::vector<Entry> entries_;
 };
 
 // Nothing is recorded on this thread while one of these lives: planning

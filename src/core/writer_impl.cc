@@ -82,7 +82,7 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     const ItemResult r =
         serialize_message(m, 0, data_.get(), &nodes_, &properties);
     const StoredMessage& stored =
-        items_.messages[r.nid] = StoreMessage(r, m, properties);
+        items_.messages[r.nid] = StoreMessage(r, m, &properties);
     const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
     row_bytes_[folder] += RowSize(stored.row);

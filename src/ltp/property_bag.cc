@@ -8,6 +8,10 @@
 namespace virel {
 namespace ltp {
 
+namespace {
+constexpr size_t kTypicalCount = 16;  // properties of a message or folder
+}  // namespace
+
 void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
   for (auto& entry : values_) {
     if (entry.first == tag) {
@@ -15,6 +19,7 @@ void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
       return;
     }
   }
+  if (values_.empty()) values_.reserve(kTypicalCount);
   values_.emplace_back(tag, std::move(value));
 }
 
@@ -40,6 +45,17 @@ const Bytes* PropertyBag::Find(uint32_t tag) const {
     if (entry.first == tag) return &entry.second;
   }
   return nullptr;
+}
+
+bool PropertyBag::Take(uint32_t tag, Bytes* out) {
+  for (auto& entry : values_) {
+    if (entry.first == tag) {
+      *out = std::move(entry.second);
+      entry.second.clear();
+      return true;
+    }
+  }
+  return false;
 }
 
 std::vector<uint32_t> PropertyBag::SortedTags() const {

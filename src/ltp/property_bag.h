@@ -25,6 +25,9 @@ class PropertyBag {
 
   // Null when the tag is not set.
   const Bytes* Find(uint32_t tag) const;
+  // Moves the value of `tag` into `out` (leaving it empty in the bag);
+  // false when the tag is not set.
+  bool Take(uint32_t tag, Bytes* out);
   size_t size() const { return values_.size(); }
   bool empty() const { return values_.empty(); }
 
