@@ -1,7 +1,6 @@
 #include "core/compaction.h"
 
 #include <deque>
-#include <optional>
 #include <unordered_set>
 
 #include "ltp/utf8.h"
@@ -32,12 +31,6 @@ void AddString(Cells* cells, uint32_t t, const std::string& s) {
   if (!s.empty()) cells->emplace_back(t, ltp::Utf8ToUtf16(s));
 }
 
-// The converted text, or nothing for an empty one.
-std::optional<Bytes> OptionalText(const std::string& s) {
-  if (s.empty()) return std::nullopt;
-  return ltp::Utf8ToUtf16(s);
-}
-
 // A cell with the bag's value of `t`, moved out, when the bag has it.
 void AddFromBag(Cells* cells, ltp::PropertyBag* bag, uint32_t t) {
   Bytes value;
@@ -55,9 +48,9 @@ StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
   return {result, MessageRowCells(m, properties)};
 }
 
-StoredEvent StoreEvent(const EventResult& result, const EventRecord& e) {
-  return {result, OptionalText(e.subject), OptionalText(e.location()), e.start,
-          e.end};
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e,
+                       ltp::PropertyBag* properties, NamedPropertyMap* names) {
+  return {result, EventRowCells(e, properties, names)};
 }
 
 void RecordBlockWriter::WriteAll() {
@@ -115,8 +108,9 @@ void RecordBlockWriter::WriteRowBlocks() {
 }
 
 const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
-  if (r.kind != kContentMessage) return nullptr;
-  return &items_.messages.at(r.nid).row;
+  if (r.kind == kContentMessage) return &items_.messages.at(r.nid).row;
+  if (r.kind == kContentEvent) return &items_.events.at(r.nid).row;
+  return nullptr;
 }
 
 Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
@@ -148,22 +142,29 @@ Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
   return cells;
 }
 
-Cells EventRowCells(const StoredEvent& e, NamedPropertyMap* names) {
-  Cells cells;
-  cells.emplace_back(tag::kMessageClass,
-                     ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
-  if (e.subject) cells.emplace_back(tag::kSubject, *e.subject);
+Cells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
+                    NamedPropertyMap* names) {
   const uint16_t start =
       names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
   const uint16_t end =
       names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
   const uint16_t location =
       names->GetOrAssign(kPsetidAppointment, dispid::kLocation);
+  const uint32_t location_tag = tag::Named(location, tag::kTypeUnicode);
+  auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
+    if (properties != nullptr) {
+      AddFromBag(cells, properties, t);
+    } else {
+      AddString(cells, t, s);
+    }
+  };
+  Cells cells;
+  cells.emplace_back(tag::kMessageClass,
+                     ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
+  add_text(&cells, tag::kSubject, e.subject);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
   cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-  if (e.location) {
-    cells.emplace_back(tag::Named(location, tag::kTypeUnicode), *e.location);
-  }
+  add_text(&cells, location_tag, e.location());
   return cells;
 }
 
@@ -172,7 +173,7 @@ size_t RowSize(const Cells& cells) { return ndb::RecordRowSize(cells); }
 std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
     const ContentRecord& r) {
   if (r.kind == kContentMessage) return items_.messages.at(r.nid).row;
-  if (r.kind == kContentEvent) return EventRowCells(items_.events.at(r.nid), names_);
+  if (r.kind == kContentEvent) return items_.events.at(r.nid).row;
   Cells cells;
   const char* message_class = MessageClassOf(r.kind);
   if (*message_class == '\0') return cells;

@@ -98,12 +98,14 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
                                const EventRecord& e) {
   RequireOpen();
   const uint64_t folder = folders_.Resolve(folder_path);
+  ltp::PropertyBag properties;
   const EventResult r = serialize_event(e, folders_.NidOf(folder), &names_,
-                                        data_.get(), &nodes_);
+                                        data_.get(), &nodes_, &properties);
   ++events_added_;
   AddContent(folder, r.nid, kContentEvent);
-  const StoredEvent& stored = items_.events[r.nid] = StoreEvent(r, e);
-  row_bytes_[folder] += RowSize(EventRowCells(stored, &names_));
+  const StoredEvent& stored = items_.events[r.nid] =
+      StoreEvent(r, e, &properties, &names_);
+  row_bytes_[folder] += RowSize(stored.row);
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
 }

@@ -29,6 +29,11 @@ BthBuilder::BthBuilder(uint8_t key_size, uint8_t entry_size)
   assert(key_size == kShortKeySize || key_size == kLongKeySize);
 }
 
+void BthBuilder::Reserve(size_t records) {
+  keys_.reserve(records);
+  data_.reserve(records * entry_size_);
+}
+
 void BthBuilder::Add(uint32_t key, const uint8_t* data) {
   keys_.push_back(key);
   data_.insert(data_.end(), data, data + entry_size_);

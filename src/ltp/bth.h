@@ -32,6 +32,7 @@ class BthBuilder {
 
   // Adds one record; data must be entry_size bytes. Records with equal keys
   // keep the order in which they were added.
+  void Reserve(size_t records);
   void Add(uint32_t key, const uint8_t* data);
   void Add(uint32_t key, const Bytes& data);
 

@@ -38,6 +38,11 @@ void Heap::Reset() {
   count_ = 0;
 }
 
+void Heap::Reserve(size_t allocations, size_t bytes) {
+  slots_.reserve(std::min(kSlots, (next_index_ & kHidIndexMask) + allocations));
+  data_.reserve(data_.size() + bytes);
+}
+
 uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
   const uint32_t index = next_index_++;
   const size_t slot = index & kHidIndexMask;

@@ -17,6 +17,9 @@ class Heap {
   // Back to an empty heap: next HID 0x20, signature and user root 0.
   void Reset();
 
+  // Room for `allocations` more allocations of `bytes` in all.
+  void Reserve(size_t allocations, size_t bytes);
+
   // Stores a copy of the bytes (possibly empty) and returns its HID. The
   // index wraps after 2047 allocations; a colliding HID replaces the older
   // allocation.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "ltp/bth.h"
 #include "ltp/ltp_format.h"
@@ -25,14 +26,31 @@ uint32_t ValueHnid(const Bytes& value, Heap* heap) {
   return DecodeFixed32(inline_value);
 }
 
+// The values that go to the heap, the record array and the BTH header.
+void ReserveHeap(const PropertyBag& bag, const std::vector<uint32_t>& tags, Heap* heap) {
+  size_t bytes = tags.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize;
+  size_t allocations = 2;
+  for (uint32_t tag : tags) {
+    const size_t size = bag.Find(tag)->size();
+    if (size > kInlineValueLimit) {
+      bytes += size;
+      ++allocations;
+    }
+  }
+  heap->Reserve(allocations, bytes);
+}
+
 }  // namespace
 
 void BuildPropertyContext(const PropertyBag& bag, Heap* heap) {
   heap->Reset();
   heap->set_client_signature(kClientSigPropertyContext);
 
+  const std::vector<uint32_t> tags = bag.SortedTags();
   BthBuilder records(kPcKeySize, kPcEntrySize);
-  for (uint32_t tag : bag.SortedTags()) {
+  records.Reserve(tags.size());
+  ReserveHeap(bag, tags, heap);
+  for (uint32_t tag : tags) {
     uint8_t entry[kPcEntrySize];
     EncodeFixed16(entry, PropType(tag));
     EncodeFixed32(entry + 2, ValueHnid(*bag.Find(tag), heap));

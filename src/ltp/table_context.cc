@@ -135,6 +135,7 @@ uint32_t BuildRowIndex(const std::vector<TableRow>& rows, Heap* heap) {
   std::sort(ids.begin(), ids.end());
 
   BthBuilder index(kRowIndexKeySize, kRowIndexEntrySize);
+  index.Reserve(ids.size());
   for (size_t rank = 0; rank < ids.size(); ++rank) {
     uint8_t entry[kRowIndexEntrySize];
     EncodeFixed32(entry, static_cast<uint32_t>(rank));
