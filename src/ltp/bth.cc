@@ -47,8 +47,10 @@ void BthBuilder::Add(uint32_t key, const Bytes& data) {
 Bytes BthBuilder::EncodeLeaves() const {
   std::vector<uint32_t> order(keys_.size());
   for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(),
-                   [this](uint32_t a, uint32_t b) { return keys_[a] < keys_[b]; });
+  if (!std::is_sorted(keys_.begin(), keys_.end())) {  // property contexts come sorted
+    std::stable_sort(order.begin(), order.end(),
+                     [this](uint32_t a, uint32_t b) { return keys_[a] < keys_[b]; });
+  }
 
   const size_t record_size = size_t{key_size_} + entry_size_;
   Bytes leaves(keys_.size() * record_size);
