@@ -45,9 +45,12 @@ void BthBuilder::Add(uint32_t key, const Bytes& data) {
 }
 
 Bytes BthBuilder::EncodeLeaves() const {
-  std::vector<uint32_t> order(keys_.size());
-  for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-  if (!std::is_sorted(keys_.begin(), keys_.end())) {  // property contexts come sorted
+  // Records usually arrive sorted (property contexts, row indexes).
+  std::vector<uint32_t> order;
+  const bool sorted = std::is_sorted(keys_.begin(), keys_.end());
+  if (!sorted) {
+    order.resize(keys_.size());
+    for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
     std::stable_sort(order.begin(), order.end(),
                      [this](uint32_t a, uint32_t b) { return keys_[a] < keys_[b]; });
   }
@@ -55,13 +58,14 @@ Bytes BthBuilder::EncodeLeaves() const {
   const size_t record_size = size_t{key_size_} + entry_size_;
   Bytes leaves(keys_.size() * record_size);
   uint8_t* out = leaves.data();
-  for (uint32_t i : order) {
+  for (size_t n = 0; n < keys_.size(); ++n) {
+    const size_t i = sorted ? n : order[n];
     if (key_size_ == kShortKeySize) {
       EncodeFixed16(out, static_cast<uint16_t>(keys_[i]));
     } else {
       EncodeFixed32(out, keys_[i]);
     }
-    std::copy_n(&data_[size_t{i} * entry_size_], entry_size_, out + key_size_);
+    std::copy_n(&data_[i * entry_size_], entry_size_, out + key_size_);
     out += record_size;
   }
   return leaves;

@@ -1,7 +1,6 @@
 #include "ltp/heap.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "ltp/ltp_format.h"
 
@@ -61,26 +60,30 @@ bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
 Bytes Heap::Serialize() const {
   size_t page_map = kHeapHeaderSize;
   for (const Span& span : slots_) page_map += span.used ? span.size : 0;
-  Bytes out(page_map + (count_ + kPageMapFixedEntries) * kPageMapEntrySize, 0);
+  // Built by appending into its final size, so no byte is written twice.
+  Bytes out;
+  out.reserve(page_map + (count_ + kPageMapFixedEntries) * kPageMapEntrySize);
+  out.resize(kHeapHeaderSize, 0);
   EncodeFixed16(&out[kOffsetPageMap], static_cast<uint16_t>(page_map));
   out[kOffsetSignature] = kHeapSignature;
   out[kOffsetClientSignature] = client_signature_;
   EncodeFixed32(&out[kOffsetUserRoot], user_root_);
-
-  // The allocations back to back, each start in the map, then the end.
-  uint8_t* map = &out[page_map];
-  EncodeFixed16(map, static_cast<uint16_t>(count_));
-  EncodeFixed16(map + kPageMapEntrySize, 0);  // cFree
-  map += 2 * kPageMapEntrySize;
-  size_t end = kHeapHeaderSize;
   for (const Span& span : slots_) {
     if (!span.used) continue;
-    EncodeFixed16(map, static_cast<uint16_t>(end));
-    map += kPageMapEntrySize;
-    if (span.size > 0) std::memcpy(&out[end], &data_[span.offset], span.size);
-    end += span.size;
+    const uint8_t* bytes = data_.data() + span.offset;
+    out.insert(out.end(), bytes, bytes + span.size);
   }
-  EncodeFixed16(map, static_cast<uint16_t>(end));
+
+  // The page map: counts, each allocation's start, then the end.
+  PutFixed16(&out, static_cast<uint16_t>(count_));
+  PutFixed16(&out, 0);  // cFree
+  size_t start = kHeapHeaderSize;
+  for (const Span& span : slots_) {
+    if (!span.used) continue;
+    PutFixed16(&out, static_cast<uint16_t>(start));
+    start += span.size;
+  }
+  PutFixed16(&out, static_cast<uint16_t>(start));
   return out;
 }
 
