@@ -57,34 +57,45 @@ uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
 
 bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
 
+size_t Heap::SerializedSize() const {
+  return PageMapOffset() + (count_ + kPageMapFixedEntries) * kPageMapEntrySize;
+}
+
+size_t Heap::PageMapOffset() const {
+  size_t offset = kHeapHeaderSize;
+  for (const Span& span : slots_) offset += span.used ? span.size : 0;
+  return offset;
+}
+
 Bytes Heap::Serialize() const {
-  size_t page_map = kHeapHeaderSize;
-  for (const Span& span : slots_) page_map += span.used ? span.size : 0;
-  // Built by appending into its final size, so no byte is written twice.
-  Bytes out;
-  out.reserve(page_map + (count_ + kPageMapFixedEntries) * kPageMapEntrySize);
-  out.resize(kHeapHeaderSize, 0);
-  EncodeFixed16(&out[kOffsetPageMap], static_cast<uint16_t>(page_map));
+  Bytes out(SerializedSize());
+  SerializeTo(out.data());
+  return out;
+}
+
+void Heap::SerializeTo(uint8_t* out) const {
+  const size_t page_map = PageMapOffset();
+  std::fill(out, out + kHeapHeaderSize, uint8_t{0});  // rgbFillLevel stays zero
+  EncodeFixed16(out + kOffsetPageMap, static_cast<uint16_t>(page_map));
   out[kOffsetSignature] = kHeapSignature;
   out[kOffsetClientSignature] = client_signature_;
-  EncodeFixed32(&out[kOffsetUserRoot], user_root_);
-  for (const Span& span : slots_) {
-    if (!span.used) continue;
-    const uint8_t* bytes = data_.data() + span.offset;
-    out.insert(out.end(), bytes, bytes + span.size);
-  }
+  EncodeFixed32(out + kOffsetUserRoot, user_root_);
 
-  // The page map: counts, each allocation's start, then the end.
-  PutFixed16(&out, static_cast<uint16_t>(count_));
-  PutFixed16(&out, 0);  // cFree
+  // The allocations back to back, and in the page map the counts, each
+  // allocation's start and the end of the last.
+  uint8_t* map = out + page_map;
+  EncodeFixed16(map, static_cast<uint16_t>(count_));
+  EncodeFixed16(map + kPageMapEntrySize, 0);  // cFree
+  map += 2 * kPageMapEntrySize;
   size_t start = kHeapHeaderSize;
   for (const Span& span : slots_) {
     if (!span.used) continue;
-    PutFixed16(&out, static_cast<uint16_t>(start));
+    EncodeFixed16(map, static_cast<uint16_t>(start));
+    map += kPageMapEntrySize;
+    std::copy_n(data_.data() + span.offset, span.size, out + start);
     start += span.size;
   }
-  PutFixed16(&out, static_cast<uint16_t>(start));
-  return out;
+  EncodeFixed16(map, static_cast<uint16_t>(start));
 }
 
 }  // namespace ltp

@@ -37,6 +37,9 @@ class Heap {
   // HNHDR, the allocations back to back in index order without padding,
   // then the page map. Offsets are stored as 16-bit values.
   Bytes Serialize() const;
+  size_t SerializedSize() const;
+  // Writes all SerializedSize() bytes of the page to `out`.
+  void SerializeTo(uint8_t* out) const;
 
  private:
   uint32_t next_index_;  // counts on past the wrap, so wrapped() stays true
@@ -48,6 +51,8 @@ class Heap {
     size_t size = 0;
     bool used = false;
   };
+
+  size_t PageMapOffset() const;
 
   // Slot per (wrapped) index, so slot order is HID order; a replaced
   // allocation's bytes stay in data_ unreferenced.

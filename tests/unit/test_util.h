@@ -12,15 +12,24 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <process.h>
+#define VIREL_TEST_PID _getpid()
+#else
+#include <unistd.h>
+#define VIREL_TEST_PID getpid()
+#endif
+
 namespace testutil {
 
-// A fresh directory under the system temp dir, removed at scope end.
+// A fresh directory under the system temp dir, removed at scope end; named
+// after the test and the process, so concurrent runs do not collide.
 class TempDir {
  public:
   TempDir() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string("virel_") + info->test_suite_name() + "_" +
-                       info->name();
+                       info->name() + "_" + std::to_string(VIREL_TEST_PID);
     for (char& c : name) {
       if (c == '/') c = '_';
     }
