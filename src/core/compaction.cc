@@ -124,8 +124,7 @@ Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
   };
   Cells cells;
   cells.reserve(kMessageRowCells);
-  cells.emplace_back(tag::kMessageClass,
-                     ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
+  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentMessage));
   add_text(&cells, tag::kSubject, m.subject);
   add_text(&cells, tag::kSenderName, m.sender_name);
   AddString(&cells, tag::kSenderEmail, m.sender_address);
@@ -159,8 +158,7 @@ Cells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
     }
   };
   Cells cells;
-  cells.emplace_back(tag::kMessageClass,
-                     ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
+  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentEvent));
   add_text(&cells, tag::kSubject, e.subject);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
   cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));

@@ -12,16 +12,16 @@ namespace ltp {
 namespace {
 
 constexpr uint8_t kShortKeySize = 2;
-[[maybe_unused]] constexpr uint8_t kLongKeySize = 4;
+constexpr uint8_t kLongKeySize = 4;
 
 }  // namespace
 
-void BthHeader::EncodeTo(Bytes* dst) const {
-  PutFixed8(dst, type);
-  PutFixed8(dst, key_size);
-  PutFixed8(dst, entry_size);
-  PutFixed8(dst, index_levels);
-  PutFixed32(dst, hid_root);
+void BthHeader::EncodeTo(uint8_t* dst) const {
+  dst[0] = type;
+  dst[1] = key_size;
+  dst[2] = entry_size;
+  dst[3] = index_levels;
+  EncodeFixed32(dst + 4, hid_root);
 }
 
 BthBuilder::BthBuilder(uint8_t key_size, uint8_t entry_size)
@@ -29,14 +29,24 @@ BthBuilder::BthBuilder(uint8_t key_size, uint8_t entry_size)
   assert(key_size == kShortKeySize || key_size == kLongKeySize);
 }
 
-void BthBuilder::Reserve(size_t records) {
-  keys_.reserve(records);
-  data_.reserve(records * entry_size_);
+void BthBuilder::Reserve(size_t records) { leaves_.reserve(records * record_size()); }
+
+uint32_t BthBuilder::KeyAt(size_t i) const {
+  const uint8_t* p = leaves_.data() + i * record_size();
+  return key_size_ == kShortKeySize ? DecodeFixed16(p) : DecodeFixed32(p);
 }
 
 void BthBuilder::Add(uint32_t key, const uint8_t* data) {
-  keys_.push_back(key);
-  data_.insert(data_.end(), data, data + entry_size_);
+  const size_t n = leaves_.size() / record_size();
+  if (n > 0 && key < KeyAt(n - 1)) sorted_ = false;
+  uint8_t encoded_key[kLongKeySize];
+  if (key_size_ == kShortKeySize) {
+    EncodeFixed16(encoded_key, static_cast<uint16_t>(key));
+  } else {
+    EncodeFixed32(encoded_key, key);
+  }
+  leaves_.insert(leaves_.end(), encoded_key, encoded_key + key_size_);
+  leaves_.insert(leaves_.end(), data, data + entry_size_);
 }
 
 void BthBuilder::Add(uint32_t key, const Bytes& data) {
@@ -44,40 +54,31 @@ void BthBuilder::Add(uint32_t key, const Bytes& data) {
   Add(key, data.data());
 }
 
-Bytes BthBuilder::EncodeLeaves() const {
-  // Records usually arrive sorted (property contexts, row indexes).
-  std::vector<uint32_t> order;
-  const bool sorted = std::is_sorted(keys_.begin(), keys_.end());
-  if (!sorted) {
-    order.resize(keys_.size());
-    for (uint32_t i = 0; i < order.size(); ++i) order[i] = i;
-    std::stable_sort(order.begin(), order.end(),
-                     [this](uint32_t a, uint32_t b) { return keys_[a] < keys_[b]; });
+// Records with equal keys keep the order in which they were added.
+void BthBuilder::SortLeaves() {
+  const size_t count = leaves_.size() / record_size();
+  std::vector<uint32_t> order(count);
+  for (uint32_t i = 0; i < count; ++i) order[i] = i;
+  std::stable_sort(order.begin(), order.end(),
+                   [this](uint32_t a, uint32_t b) { return KeyAt(a) < KeyAt(b); });
+  Bytes sorted(leaves_.size());
+  for (size_t n = 0; n < count; ++n) {
+    std::copy_n(leaves_.data() + order[n] * record_size(), record_size(),
+                sorted.data() + n * record_size());
   }
-
-  const size_t record_size = size_t{key_size_} + entry_size_;
-  Bytes leaves(keys_.size() * record_size);
-  uint8_t* out = leaves.data();
-  for (size_t n = 0; n < keys_.size(); ++n) {
-    const size_t i = sorted ? n : order[n];
-    if (key_size_ == kShortKeySize) {
-      EncodeFixed16(out, static_cast<uint16_t>(keys_[i]));
-    } else {
-      EncodeFixed32(out, keys_[i]);
-    }
-    std::copy_n(&data_[i * entry_size_], entry_size_, out + key_size_);
-    out += record_size;
-  }
-  return leaves;
+  leaves_.swap(sorted);
+  sorted_ = true;
 }
 
 uint32_t BthBuilder::Finish(Heap* heap) {
   BthHeader header{kBthType, key_size_, entry_size_, 0, 0};
-  if (!keys_.empty()) header.hid_root = heap->Allocate(EncodeLeaves());
-  Bytes encoded;
-  encoded.reserve(kBthHeaderSize);
-  header.EncodeTo(&encoded);
-  return heap->Allocate(encoded);
+  if (!leaves_.empty()) {
+    if (!sorted_) SortLeaves();
+    header.hid_root = heap->Allocate(leaves_);
+  }
+  uint8_t encoded[kBthHeaderSize];
+  header.EncodeTo(encoded);
+  return heap->Allocate(encoded, sizeof(encoded));
 }
 
 }  // namespace ltp

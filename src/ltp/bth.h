@@ -22,7 +22,7 @@ struct BthHeader {
   uint8_t index_levels;
   uint32_t hid_root;  // 0 when the tree is empty
 
-  void EncodeTo(Bytes* dst) const;
+  void EncodeTo(uint8_t* dst) const;  // kBthHeaderSize bytes
 };
 
 class BthBuilder {
@@ -41,12 +41,14 @@ class BthBuilder {
   uint32_t Finish(Heap* heap);
 
  private:
-  Bytes EncodeLeaves() const;
+  size_t record_size() const { return size_t{key_size_} + entry_size_; }
+  uint32_t KeyAt(size_t i) const;
+  void SortLeaves();
 
   uint8_t key_size_;
   uint8_t entry_size_;
-  std::vector<uint32_t> keys_;
-  Bytes data_;  // entry_size bytes per record, in the order added
+  Bytes leaves_;         // key and data per record, in the order added
+  bool sorted_ = true;   // keys so far ascend
 };
 
 }  // namespace ltp

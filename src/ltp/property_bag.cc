@@ -12,15 +12,27 @@ namespace {
 constexpr size_t kTypicalCount = 16;  // properties of a message or folder
 }  // namespace
 
+namespace {
+
+template <typename Entries>
+auto LowerBound(Entries& entries, uint32_t tag) {
+  return std::lower_bound(entries.begin(), entries.end(), tag,
+                          [](const auto& entry, uint32_t t) { return entry.first < t; });
+}
+
+}  // namespace
+
 void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
-  for (auto& entry : values_) {
-    if (entry.first == tag) {
-      entry.second = std::move(value);
-      return;
-    }
+  auto it = LowerBound(values_, tag);
+  if (it != values_.end() && it->first == tag) {
+    it->second = std::move(value);
+    return;
   }
-  if (values_.empty()) values_.reserve(kTypicalCount);
-  values_.emplace_back(tag, std::move(value));
+  if (values_.empty()) {
+    values_.reserve(kTypicalCount);
+    it = values_.begin();
+  }
+  values_.emplace(it, tag, std::move(value));
 }
 
 void PropertyBag::SetInt32(uint32_t tag, uint32_t value) {
@@ -41,28 +53,22 @@ const Bytes& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
 }
 
 const Bytes* PropertyBag::Find(uint32_t tag) const {
-  for (const auto& entry : values_) {
-    if (entry.first == tag) return &entry.second;
-  }
-  return nullptr;
+  auto it = LowerBound(values_, tag);
+  return it != values_.end() && it->first == tag ? &it->second : nullptr;
 }
 
 bool PropertyBag::Take(uint32_t tag, Bytes* out) {
-  for (auto& entry : values_) {
-    if (entry.first == tag) {
-      *out = std::move(entry.second);
-      entry.second.clear();
-      return true;
-    }
-  }
-  return false;
+  auto it = LowerBound(values_, tag);
+  if (it == values_.end() || it->first != tag) return false;
+  *out = std::move(it->second);
+  it->second.clear();
+  return true;
 }
 
 std::vector<uint32_t> PropertyBag::SortedTags() const {
   std::vector<uint32_t> tags;
   tags.reserve(values_.size());
   for (const auto& entry : values_) tags.push_back(entry.first);
-  std::sort(tags.begin(), tags.end());
   return tags;
 }
 

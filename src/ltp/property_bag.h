@@ -31,12 +31,15 @@ class PropertyBag {
   size_t size() const { return values_.size(); }
   bool empty() const { return values_.empty(); }
 
-  // All tags, ascending as unsigned numbers (by identifier, then type).
+  using Entry = std::pair<uint32_t, Bytes>;
+  // All properties, ascending by tag as unsigned numbers (by identifier,
+  // then type).
+  const std::vector<Entry>& entries() const { return values_; }
   std::vector<uint32_t> SortedTags() const;
 
  private:
-  // Few per object, so a plain list beats a hash table.
-  std::vector<std::pair<uint32_t, Bytes>> values_;
+  // Few per object, so a sorted list beats a hash table.
+  std::vector<Entry> values_;
 };
 
 }  // namespace ltp

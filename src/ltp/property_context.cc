@@ -27,13 +27,12 @@ uint32_t ValueHnid(const Bytes& value, Heap* heap) {
 }
 
 // The values that go to the heap, the record array and the BTH header.
-void ReserveHeap(const PropertyBag& bag, const std::vector<uint32_t>& tags, Heap* heap) {
-  size_t bytes = tags.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize;
+void ReserveHeap(const PropertyBag& bag, Heap* heap) {
+  size_t bytes = bag.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize;
   size_t allocations = 2;
-  for (uint32_t tag : tags) {
-    const size_t size = bag.Find(tag)->size();
-    if (size > kInlineValueLimit) {
-      bytes += size;
+  for (const PropertyBag::Entry& entry : bag.entries()) {
+    if (entry.second.size() > kInlineValueLimit) {
+      bytes += entry.second.size();
       ++allocations;
     }
   }
@@ -46,15 +45,14 @@ void BuildPropertyContext(const PropertyBag& bag, Heap* heap) {
   heap->Reset();
   heap->set_client_signature(kClientSigPropertyContext);
 
-  const std::vector<uint32_t> tags = bag.SortedTags();
   BthBuilder records(kPcKeySize, kPcEntrySize);
-  records.Reserve(tags.size());
-  ReserveHeap(bag, tags, heap);
-  for (uint32_t tag : tags) {
-    uint8_t entry[kPcEntrySize];
-    EncodeFixed16(entry, PropType(tag));
-    EncodeFixed32(entry + 2, ValueHnid(*bag.Find(tag), heap));
-    records.Add(PropId(tag), entry);
+  records.Reserve(bag.size());
+  ReserveHeap(bag, heap);
+  for (const PropertyBag::Entry& entry : bag.entries()) {  // ascending tags
+    uint8_t record[kPcEntrySize];
+    EncodeFixed16(record, PropType(entry.first));
+    EncodeFixed32(record + 2, ValueHnid(entry.second, heap));
+    records.Add(PropId(entry.first), record);
   }
   heap->set_user_root(records.Finish(heap));
 }

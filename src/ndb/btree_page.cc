@@ -29,14 +29,12 @@ Bytes BuildBTreePage(const Bytes& entries, uint8_t entry_size, uint8_t level,
 }
 
 void PutBTEntry(Bytes* out, uint64_t key, uint64_t bid, uint64_t ib) {
-  if (out->empty()) out->reserve(kBTEntrySize);  // one allocation for a lone entry
   PutFixed64(out, key);
   PutFixed64(out, bid);
   PutFixed64(out, ib);
 }
 
 void PutBbtEntry(Bytes* out, uint64_t bid, uint64_t ib, uint16_t cb) {
-  if (out->empty()) out->reserve(kBbtEntrySize);  // one allocation for a lone entry
   PutFixed64(out, bid);
   PutFixed64(out, ib);
   PutFixed16(out, cb);
@@ -46,7 +44,6 @@ void PutBbtEntry(Bytes* out, uint64_t bid, uint64_t ib, uint16_t cb) {
 
 void PutNbtEntry(Bytes* out, uint32_t nid, uint64_t bid_data, uint64_t bid_sub,
                  uint32_t nid_parent) {
-  if (out->empty()) out->reserve(kNbtEntrySize);  // one allocation for a lone entry
   PutFixed64(out, nid);
   PutFixed64(out, bid_data);
   PutFixed64(out, bid_sub);
