@@ -21,7 +21,7 @@ namespace {
 
 std::filesystem::path ScratchDir() {
   return testutil::ScratchBase() /
-         ("virel_fault_sweep_" + std::to_string(VIREL_TEST_PID));
+         ("virel_fault_sweep_" + testutil::RunId());
 }
 
 // What one run of the script saw.

@@ -76,7 +76,7 @@ void RunWriters(const std::string& path, int count) {
 TEST(RegistryMemory, ConstantAcrossTenAndTenThousandWriters) {
   const std::string path =
       (testutil::ScratchBase() /
-       ("virel_registry_memory_" + std::to_string(VIREL_TEST_PID) + ".pst"))
+       ("virel_registry_memory_" + testutil::RunId() + ".pst"))
           .string();
   virel::Stats& stats = virel::Stats::Instance();
   stats.Reset();
