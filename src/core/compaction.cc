@@ -14,6 +14,7 @@ using Cells = ItemRowCells;
 
 constexpr uint32_t kMessageFlagRead = 1;
 constexpr size_t kMessageRowCells = 9;  // the most a message's row has
+constexpr size_t kEventRowCells = 5;
 constexpr size_t kGroupSetBuckets = 8;
 constexpr char kDisplayToSeparator[] = "; ";
 
@@ -158,6 +159,7 @@ Cells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
     }
   };
   Cells cells;
+  cells.reserve(kEventRowCells);
   add_text(&cells, tag::kMessageClass, MessageClassOf(kContentEvent));
   add_text(&cells, tag::kSubject, e.subject);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));

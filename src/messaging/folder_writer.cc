@@ -175,8 +175,9 @@ uint64_t FolderWriter::WriteContentsTable(
       message_class = ltp::Utf8ToUtf16(MessageClassOf(r.kind));
       converted_kind = r.kind;
     }
-    rows.push_back({static_cast<uint32_t>(r.nid),
-                    {{tag::kMessageClass, Fixed32Bytes(heap.Allocate(message_class))}}});
+    ltp::TableRow row{static_cast<uint32_t>(r.nid), {}};
+    row.cells.emplace_back(tag::kMessageClass, Fixed32Bytes(heap.Allocate(message_class)));
+    rows.push_back(std::move(row));
   }
   return ltp::WriteTableContext({tag::kMessageClass}, rows, &heap, writer_).bid;
 }
