@@ -192,7 +192,7 @@ Fit Virel::Impl::CheckEvent(const std::string& folder_path,
   }
   forecast.File(folder, kContentEvent, item.block_count(),
                 counter.written_bytes(),
-                RowSize(EventRowCells(StoreEvent({}, e), forecast.names())));
+                RowSize(EventRowCells(e, nullptr, forecast.names())));
   forecast.SetContainerClass(folder, kCalendarContainerClass);
   return PlanClose(forecast).closes ? Fit::kFits : Fit::kFileFull;
 }

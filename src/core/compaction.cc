@@ -1,7 +1,6 @@
 #include "core/compaction.h"
 
 #include <deque>
-#include <optional>
 #include <unordered_set>
 
 #include "ltp/utf8.h"
@@ -14,6 +13,8 @@ namespace {
 using Cells = ItemRowCells;
 
 constexpr uint32_t kMessageFlagRead = 1;
+constexpr size_t kMessageRowCells = 9;  // the most a message's row has
+constexpr size_t kEventRowCells = 5;
 constexpr size_t kGroupSetBuckets = 8;
 constexpr char kDisplayToSeparator[] = "; ";
 
@@ -31,15 +32,10 @@ void AddString(Cells* cells, uint32_t t, const std::string& s) {
   if (!s.empty()) cells->emplace_back(t, ltp::Utf8ToUtf16(s));
 }
 
-// The converted text, or nothing for an empty one.
-std::optional<Bytes> OptionalText(const std::string& s) {
-  if (s.empty()) return std::nullopt;
-  return ltp::Utf8ToUtf16(s);
-}
-
-// A cell with the bag's value of `t` when the bag has it.
-void AddFromBag(Cells* cells, const ltp::PropertyBag& bag, uint32_t t) {
-  if (const Bytes* value = bag.Find(t)) cells->emplace_back(t, *value);
+// A cell with the bag's value of `t`, moved out, when the bag has it.
+void AddFromBag(Cells* cells, ltp::PropertyBag* bag, uint32_t t) {
+  Bytes value;
+  if (bag->Take(t, &value)) cells->emplace_back(t, std::move(value));
 }
 
 Bytes ZeroValue(uint16_t type) {
@@ -49,13 +45,13 @@ Bytes ZeroValue(uint16_t type) {
 }  // namespace
 
 StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
-                           const ltp::PropertyBag& properties) {
-  return {result, MessageRowCells(m, &properties)};
+                           ltp::PropertyBag* properties) {
+  return {result, MessageRowCells(m, properties)};
 }
 
-StoredEvent StoreEvent(const EventResult& result, const EventRecord& e) {
-  return {result, OptionalText(e.subject), OptionalText(e.location()), e.start,
-          e.end};
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e,
+                       ltp::PropertyBag* properties, NamedPropertyMap* names) {
+  return {result, EventRowCells(e, properties, names)};
 }
 
 void RecordBlockWriter::WriteAll() {
@@ -113,22 +109,23 @@ void RecordBlockWriter::WriteRowBlocks() {
 }
 
 const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
-  if (r.kind != kContentMessage) return nullptr;
-  return &items_.messages.at(r.nid).row;
+  if (r.kind == kContentMessage) return &items_.messages.at(r.nid).row;
+  if (r.kind == kContentEvent) return &items_.events.at(r.nid).row;
+  return nullptr;
 }
 
-Cells MessageRowCells(const MessageRecord& m, const ltp::PropertyBag* properties) {
+Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
   // A text the bag holds was converted when the message was serialised.
   auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
     if (properties != nullptr) {
-      AddFromBag(cells, *properties, t);
+      AddFromBag(cells, properties, t);
     } else {
       AddString(cells, t, s);
     }
   };
   Cells cells;
-  cells.emplace_back(tag::kMessageClass,
-                     ltp::Utf8ToUtf16(MessageClassOf(kContentMessage)));
+  cells.reserve(kMessageRowCells);
+  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentMessage));
   add_text(&cells, tag::kSubject, m.subject);
   add_text(&cells, tag::kSenderName, m.sender_name);
   AddString(&cells, tag::kSenderEmail, m.sender_address);
@@ -145,22 +142,29 @@ Cells MessageRowCells(const MessageRecord& m, const ltp::PropertyBag* properties
   return cells;
 }
 
-Cells EventRowCells(const StoredEvent& e, NamedPropertyMap* names) {
-  Cells cells;
-  cells.emplace_back(tag::kMessageClass,
-                     ltp::Utf8ToUtf16(MessageClassOf(kContentEvent)));
-  if (e.subject) cells.emplace_back(tag::kSubject, *e.subject);
+Cells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
+                    NamedPropertyMap* names) {
   const uint16_t start =
       names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentStartWhole);
   const uint16_t end =
       names->GetOrAssign(kPsetidAppointment, dispid::kAppointmentEndWhole);
   const uint16_t location =
       names->GetOrAssign(kPsetidAppointment, dispid::kLocation);
+  const uint32_t location_tag = tag::Named(location, tag::kTypeUnicode);
+  auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
+    if (properties != nullptr) {
+      AddFromBag(cells, properties, t);
+    } else {
+      AddString(cells, t, s);
+    }
+  };
+  Cells cells;
+  cells.reserve(kEventRowCells);
+  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentEvent));
+  add_text(&cells, tag::kSubject, e.subject);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
   cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-  if (e.location) {
-    cells.emplace_back(tag::Named(location, tag::kTypeUnicode), *e.location);
-  }
+  add_text(&cells, location_tag, e.location());
   return cells;
 }
 
@@ -169,7 +173,7 @@ size_t RowSize(const Cells& cells) { return ndb::RecordRowSize(cells); }
 std::vector<std::pair<uint32_t, Bytes>> RecordBlockWriter::RowCells(
     const ContentRecord& r) {
   if (r.kind == kContentMessage) return items_.messages.at(r.nid).row;
-  if (r.kind == kContentEvent) return EventRowCells(items_.events.at(r.nid), names_);
+  if (r.kind == kContentEvent) return items_.events.at(r.nid).row;
   Cells cells;
   const char* message_class = MessageClassOf(r.kind);
   if (*message_class == '\0') return cells;

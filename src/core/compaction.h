@@ -12,17 +12,20 @@
 namespace virel {
 
 // What close keeps of an added message: `properties` is the bag its
-// serialisation filled, whose converted texts the row reuses.
+// serialisation filled, whose converted texts the row takes over.
 StoredMessage StoreMessage(const ItemResult& result, const MessageRecord& m,
-                           const ltp::PropertyBag& properties);
-StoredEvent StoreEvent(const EventResult& result, const EventRecord& e);
+                           ltp::PropertyBag* properties);
+StoredEvent StoreEvent(const EventResult& result, const EventRecord& e,
+                       ltp::PropertyBag* properties, NamedPropertyMap* names);
 
-// The cells of a message's row; texts come from `properties` when given,
-// else they are converted here.
+// The cells of a message's row; texts are moved out of `properties` when
+// given, else they are converted here.
 ItemRowCells MessageRowCells(const MessageRecord& m,
-                             const ltp::PropertyBag* properties);
-// The cells of an event's row; assigns its named properties if needed.
-ItemRowCells EventRowCells(const StoredEvent& e, NamedPropertyMap* names);
+                             ltp::PropertyBag* properties);
+// The cells of an event's row, texts as for a message's; assigns its named
+// properties if needed.
+ItemRowCells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
+                           NamedPropertyMap* names);
 // Bytes an item's row adds to its folder's row block.
 size_t RowSize(const ItemRowCells& cells);
 
@@ -44,7 +47,8 @@ class RecordBlockWriter {
   std::vector<ndb::ContentListRef> WriteContentLists();
   // One row block per folder with contents, in the order of the map.
   void WriteRowBlocks();
-  // A message's row as kept since it was added; null for other kinds.
+  // A message's or event's row as kept since it was added; null for other
+  // kinds.
   const ItemRowCells* StoredRow(const ContentRecord& r) const;
   ndb::Bref Write(const Bytes& payload);
 

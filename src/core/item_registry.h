@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -23,13 +22,9 @@ struct StoredMessage {
   ItemRowCells row;  // complete: a message's cells name no named property
 };
 
-// An event's cells need named-property tags, which are looked up at close.
 struct StoredEvent {
   EventResult result;
-  std::optional<Bytes> subject;   // absent when the text was empty
-  std::optional<Bytes> location;
-  int64_t start = 0;
-  int64_t end = 0;
+  ItemRowCells row;  // its named-property tags were assigned when added
 };
 
 struct ItemRegistry {

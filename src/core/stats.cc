@@ -68,51 +68,76 @@ uint64_t Stats::MonotonicNanos() {
 #endif
 }
 
-void Stats::StartTimer(const std::string& name) {
+namespace {
+
+template <typename Entries>
+auto FindIn(Entries& entries, std::string_view name) -> decltype(&entries.front()) {
+  for (auto& e : entries) {
+    if (e.name.size() == name.size() && e.name == name) return &e;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+const Stats::Entry* Stats::Find(std::string_view name) const { return FindIn(entries_, name); }
+
+Stats::Entry& Stats::FindOrAdd(std::string_view name) {
+  if (Entry* e = FindIn(entries_, name)) return *e;
+  entries_.push_back(Entry());
+  entries_.back().name = std::string(name);
+  return entries_.back();
+}
+
+void Stats::StartTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  running_[name] = now;
+  Entry& e = FindOrAdd(name);
+  e.start = now;
+  e.running = true;
 }
 
-void Stats::StopTimer(const std::string& name) {
+void Stats::StopTimer(std::string_view name) {
   if (g_paused != 0) return;
   const uint64_t now = MonotonicNanos();
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = running_.find(name);
-  if (it == running_.end()) return;
-  durations_[name].Add((now - it->second) / 1000);
-  running_.erase(it);
+  Entry* e = FindIn(entries_, name);
+  if (e == nullptr || !e->running) return;
+  e->running = false;
+  e->has_durations = true;
+  e->durations.Add((now - e->start) / 1000);
 }
 
-void Stats::Record(const std::string& name, double value) {
+void Stats::Record(std::string_view name, double value) {
   if (g_paused != 0) return;
   std::lock_guard<std::mutex> lock(mu_);
-  values_[name].Add(value);
+  Entry& e = FindOrAdd(name);
+  e.has_values = true;
+  e.values.Add(value);
 }
 
 StatSummary<uint64_t> Stats::Durations(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = durations_.find(name);
-  return it == durations_.end() ? StatSummary<uint64_t>() : InOrder(it->second);
+  const Entry* e = Find(name);
+  return e == nullptr || !e->has_durations ? StatSummary<uint64_t>() : InOrder(e->durations);
 }
 
 StatSummary<double> Stats::Values(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  auto it = values_.find(name);
-  return it == values_.end() ? StatSummary<double>() : InOrder(it->second);
+  const Entry* e = Find(name);
+  return e == nullptr || !e->has_values ? StatSummary<double>() : InOrder(e->values);
 }
 
 bool Stats::TimerRunning(const std::string& name) const {
   std::lock_guard<std::mutex> lock(mu_);
-  return running_.count(name) != 0;
+  const Entry* e = Find(name);
+  return e != nullptr && e->running;
 }
 
 void Stats::Reset() {
   std::lock_guard<std::mutex> lock(mu_);
-  running_.clear();
-  durations_.clear();
-  values_.clear();
+  entries_.clear();
 }
 
 }  // namespace virel

@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace virel {
@@ -38,10 +38,10 @@ class Stats {
 
   // Stores the current monotonic time (ns) under `name`, replacing a
   // running measurement of the same name.
-  void StartTimer(const std::string& name);
+  void StartTimer(std::string_view name);
   // Adds the elapsed microseconds to the name's durations, if started.
-  void StopTimer(const std::string& name);
-  void Record(const std::string& name, double value);
+  void StopTimer(std::string_view name);
+  void Record(std::string_view name, double value);
 
   // Read accessors for tests; an unknown name gives an empty summary.
   StatSummary<uint64_t> Durations(const std::string& name) const;
@@ -53,10 +53,22 @@ class Stats {
 
  private:
   Stats() = default;
+  // Everything kept under one name. The few names live in a list that is
+  // searched by length and bytes, so a lookup allocates and hashes nothing.
+  struct Entry {
+    std::string name;
+    uint64_t start = 0;
+    bool running = false;
+    bool has_durations = false;
+    bool has_values = false;
+    StatSummary<uint64_t> durations;
+    StatSummary<double> values;
+  };
+  const Entry* Find(std::string_view name) const;
+  Entry& FindOrAdd(std::string_view name);
+
   mutable std::mutex mu_;
-  std::map<std::string, uint64_t> running_;
-  std::map<std::string, StatSummary<uint64_t>> durations_;
-  std::map<std::string, StatSummary<double>> values_;
+  std::vector<Entry> entries_;
 };
 
 // Nothing is recorded on this thread while one of these lives: planning

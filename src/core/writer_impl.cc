@@ -82,7 +82,7 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     const ItemResult r =
         serialize_message(m, 0, data_.get(), &nodes_, &properties);
     const StoredMessage& stored =
-        items_.messages[r.nid] = StoreMessage(r, m, properties);
+        items_.messages[r.nid] = StoreMessage(r, m, &properties);
     const uint64_t folder = folders_.Resolve(folder_path);
     AddContent(folder, r.nid, kContentMessage);
     row_bytes_[folder] += RowSize(stored.row);
@@ -98,12 +98,14 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
                                const EventRecord& e) {
   RequireOpen();
   const uint64_t folder = folders_.Resolve(folder_path);
+  ltp::PropertyBag properties;
   const EventResult r = serialize_event(e, folders_.NidOf(folder), &names_,
-                                        data_.get(), &nodes_);
+                                        data_.get(), &nodes_, &properties);
   ++events_added_;
   AddContent(folder, r.nid, kContentEvent);
-  const StoredEvent& stored = items_.events[r.nid] = StoreEvent(r, e);
-  row_bytes_[folder] += RowSize(EventRowCells(stored, &names_));
+  const StoredEvent& stored = items_.events[r.nid] =
+      StoreEvent(r, e, &properties, &names_);
+  row_bytes_[folder] += RowSize(stored.row);
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
 }
@@ -164,10 +166,9 @@ ndb::Bref Virel::Impl::WriteTree(bool nbt) {
 }
 
 void Virel::Impl::WriteCounters() {
-  Bytes record;
-  PutFixed32(&record, messages_added_);
-  PutFixed32(&record, events_added_);
-  record.resize(kCounterRecordSize, 0);
+  Bytes record(kCounterRecordSize, 0);
+  EncodeFixed32(record.data(), messages_added_);
+  EncodeFixed32(record.data() + 4, events_added_);
   data_->WriteData(record, false);
 }
 

@@ -22,7 +22,7 @@ struct BthHeader {
   uint8_t index_levels;
   uint32_t hid_root;  // 0 when the tree is empty
 
-  void EncodeTo(Bytes* dst) const;
+  void EncodeTo(uint8_t* dst) const;  // kBthHeaderSize bytes
 };
 
 class BthBuilder {
@@ -32,18 +32,23 @@ class BthBuilder {
 
   // Adds one record; data must be entry_size bytes. Records with equal keys
   // keep the order in which they were added.
-  void Add(uint32_t key, Bytes data);
+  void Reserve(size_t records);
+  void Add(uint32_t key, const uint8_t* data);
+  void Add(uint32_t key, const Bytes& data);
 
   // Allocates the sorted leaf array (only when there are records), then
   // the header, and returns the header's HID.
   uint32_t Finish(Heap* heap);
 
  private:
-  Bytes EncodeLeaves() const;
+  size_t record_size() const { return size_t{key_size_} + entry_size_; }
+  uint32_t KeyAt(size_t i) const;
+  void SortLeaves();
 
   uint8_t key_size_;
   uint8_t entry_size_;
-  std::vector<std::pair<uint32_t, Bytes>> records_;
+  Bytes leaves_;         // key and data per record, in the order added
+  bool sorted_ = true;   // keys so far ascend
 };
 
 }  // namespace ltp

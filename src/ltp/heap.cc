@@ -1,7 +1,6 @@
 #include "ltp/heap.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "ltp/ltp_format.h"
 
@@ -21,9 +20,11 @@ constexpr size_t kOffsetClientSignature = 3;
 constexpr size_t kOffsetUserRoot = 4;
 // rgbFillLevel (offset 8) stays zero.
 
-uint32_t HidForIndex(uint16_t index) {
-  return (static_cast<uint32_t>(index) & kHidIndexMask) << kHidIndexShift;
+uint32_t HidForIndex(uint32_t index) {
+  return (index & kHidIndexMask) << kHidIndexShift;
 }
+
+constexpr size_t kSlots = kHidIndexMask + 1;
 
 }  // namespace
 
@@ -31,51 +32,70 @@ void Heap::Reset() {
   next_index_ = 1;
   client_signature_ = 0;
   user_root_ = 0;
-  allocations_.clear();
+  slots_.clear();
+  data_.clear();
+  count_ = 0;
 }
 
-uint32_t Heap::Allocate(const Bytes& data) {
-  const uint32_t hid = HidForIndex(next_index_++);
-  allocations_[hid] = data;
-  return hid;
+void Heap::Reserve(size_t allocations, size_t bytes) {
+  slots_.reserve(std::min(kSlots, (next_index_ & kHidIndexMask) + allocations));
+  data_.reserve(data_.size() + bytes);
+}
+
+uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
+  const uint32_t index = next_index_++;
+  const size_t slot = index & kHidIndexMask;
+  if (slot >= slots_.size()) {
+    slots_.resize(std::min(kSlots, std::max(slot + 1, 2 * slots_.size())));
+  }
+  Span& span = slots_[slot];
+  if (!span.used) ++count_;
+  span = {data_.size(), size, true};
+  data_.insert(data_.end(), data, data + size);
+  return HidForIndex(index);
 }
 
 bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
 
-Bytes Heap::Serialize() const {
-  // Start offset of every allocation plus the end of the last one.
-  std::vector<size_t> offsets;
-  offsets.reserve(allocations_.size() + 1);
-  size_t end = kHeapHeaderSize;
-  offsets.push_back(end);
-  for (const auto& allocation : allocations_) {
-    end += allocation.second.size();
-    offsets.push_back(end);
-  }
-  const size_t page_map = end;
-  const size_t count = allocations_.size();
+size_t Heap::SerializedSize() const {
+  return PageMapOffset() + (count_ + kPageMapFixedEntries) * kPageMapEntrySize;
+}
 
-  Bytes out(page_map + (count + kPageMapFixedEntries) * kPageMapEntrySize, 0);
-  EncodeFixed16(&out[kOffsetPageMap], static_cast<uint16_t>(page_map));
+size_t Heap::PageMapOffset() const {
+  size_t offset = kHeapHeaderSize;
+  for (const Span& span : slots_) offset += span.used ? span.size : 0;
+  return offset;
+}
+
+Bytes Heap::Serialize() const {
+  Bytes out(SerializedSize());
+  SerializeTo(out.data());
+  return out;
+}
+
+void Heap::SerializeTo(uint8_t* out) const {
+  const size_t page_map = PageMapOffset();
+  std::fill(out, out + kHeapHeaderSize, uint8_t{0});  // rgbFillLevel stays zero
+  EncodeFixed16(out + kOffsetPageMap, static_cast<uint16_t>(page_map));
   out[kOffsetSignature] = kHeapSignature;
   out[kOffsetClientSignature] = client_signature_;
-  EncodeFixed32(&out[kOffsetUserRoot], user_root_);
+  EncodeFixed32(out + kOffsetUserRoot, user_root_);
 
-  size_t i = 0;
-  for (const auto& allocation : allocations_) {
-    std::copy(allocation.second.begin(), allocation.second.end(),
-              out.begin() + static_cast<std::ptrdiff_t>(offsets[i++]));
-  }
-
-  uint8_t* map = &out[page_map];
-  EncodeFixed16(map, static_cast<uint16_t>(count));
+  // The allocations back to back, and in the page map the counts, each
+  // allocation's start and the end of the last.
+  uint8_t* map = out + page_map;
+  EncodeFixed16(map, static_cast<uint16_t>(count_));
   EncodeFixed16(map + kPageMapEntrySize, 0);  // cFree
   map += 2 * kPageMapEntrySize;
-  for (size_t offset : offsets) {
-    EncodeFixed16(map, static_cast<uint16_t>(offset));
+  size_t start = kHeapHeaderSize;
+  for (const Span& span : slots_) {
+    if (!span.used) continue;
+    EncodeFixed16(map, static_cast<uint16_t>(start));
     map += kPageMapEntrySize;
+    std::copy_n(data_.data() + span.offset, span.size, out + start);
+    start += span.size;
   }
-  return out;
+  EncodeFixed16(map, static_cast<uint16_t>(start));
 }
 
 }  // namespace ltp

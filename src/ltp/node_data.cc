@@ -12,15 +12,20 @@ Bytes StringCell(Heap* heap, const std::string& utf8) {
   return Fixed32Bytes(heap->Allocate(Utf8ToUtf16(utf8)));
 }
 
-Bytes SerializeOnePage(const Heap& heap) {
+size_t CheckOnePage(const Heap& heap) {
   if (heap.wrapped()) {
     throw std::length_error("more heap allocations than heap IDs");
   }
-  Bytes bytes = heap.Serialize();
-  if (bytes.size() > kMaxHeapSize) {
+  const size_t size = heap.SerializedSize();
+  if (size > kMaxHeapSize) {
     throw std::length_error("property data larger than one heap page");
   }
-  return bytes;
+  return size;
+}
+
+Bytes SerializeOnePage(const Heap& heap) {
+  CheckOnePage(heap);
+  return heap.Serialize();
 }
 
 WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer) {
@@ -28,7 +33,11 @@ WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer) 
 }
 
 WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer) {
-  return WriteNodeData(SerializeOnePage(heap), writer);
+  const size_t size = CheckOnePage(heap);
+  if (size > ndb::kMaxBlockPayload) return WriteNodeData(heap.Serialize(), writer);
+  const ndb::Bref block = writer->WriteBlock(
+      size, false, true, [&heap](uint8_t* out) { heap.SerializeTo(out); });
+  return {block.bid, size};
 }
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,

@@ -26,11 +26,14 @@ struct WrittenNodeData {
   uint64_t heap_size = 0;  // bytes of the serialised heap
 };
 
-// The heap's bytes; throws std::length_error when its offsets would not
-// fit 16 bits or its HIDs wrapped, so a caller can check before writing
+// The heap's size; throws std::length_error when its offsets would not fit
+// 16 bits or its HIDs wrapped, so a caller can check before writing
 // anything.
+size_t CheckOnePage(const Heap& heap);
+// The heap's bytes, after the same check.
 Bytes SerializeOnePage(const Heap& heap);
 WrittenNodeData WriteNodeData(const Bytes& heap_bytes, ndb::DataWriter* writer);
+// Checks, then writes the heap; a one-block heap is built in the block.
 WrittenNodeData WriteHeap(const Heap& heap, ndb::DataWriter* writer);
 
 WrittenNodeData WritePropertyContext(const PropertyBag& bag,

@@ -8,8 +8,31 @@
 namespace virel {
 namespace ltp {
 
+namespace {
+constexpr size_t kTypicalCount = 16;  // properties of a message or folder
+}  // namespace
+
+namespace {
+
+template <typename Entries>
+auto LowerBound(Entries& entries, uint32_t tag) {
+  return std::lower_bound(entries.begin(), entries.end(), tag,
+                          [](const auto& entry, uint32_t t) { return entry.first < t; });
+}
+
+}  // namespace
+
 void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
-  values_[tag] = std::move(value);
+  auto it = LowerBound(values_, tag);
+  if (it != values_.end() && it->first == tag) {
+    it->second = std::move(value);
+    return;
+  }
+  if (values_.empty()) {
+    values_.reserve(kTypicalCount);
+    it = values_.begin();
+  }
+  values_.emplace(it, tag, std::move(value));
 }
 
 void PropertyBag::SetInt32(uint32_t tag, uint32_t value) {
@@ -26,19 +49,26 @@ void PropertyBag::SetInt64(uint32_t tag, uint64_t value) {
 
 const Bytes& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
   SetBytes(tag, Utf8ToUtf16(utf8));
-  return *Find(tag);
+  return *Find(tag);  // stable until the next setter call
 }
 
 const Bytes* PropertyBag::Find(uint32_t tag) const {
-  auto it = values_.find(tag);
-  return it == values_.end() ? nullptr : &it->second;
+  auto it = LowerBound(values_, tag);
+  return it != values_.end() && it->first == tag ? &it->second : nullptr;
+}
+
+bool PropertyBag::Take(uint32_t tag, Bytes* out) {
+  auto it = LowerBound(values_, tag);
+  if (it == values_.end() || it->first != tag) return false;
+  *out = std::move(it->second);
+  it->second.clear();
+  return true;
 }
 
 std::vector<uint32_t> PropertyBag::SortedTags() const {
   std::vector<uint32_t> tags;
   tags.reserve(values_.size());
   for (const auto& entry : values_) tags.push_back(entry.first);
-  std::sort(tags.begin(), tags.end());
   return tags;
 }
 

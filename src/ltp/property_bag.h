@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "core/coding.h"
@@ -25,14 +25,21 @@ class PropertyBag {
 
   // Null when the tag is not set.
   const Bytes* Find(uint32_t tag) const;
+  // Moves the value of `tag` into `out` (leaving it empty in the bag);
+  // false when the tag is not set.
+  bool Take(uint32_t tag, Bytes* out);
   size_t size() const { return values_.size(); }
   bool empty() const { return values_.empty(); }
 
-  // All tags, ascending as unsigned numbers (by identifier, then type).
+  using Entry = std::pair<uint32_t, Bytes>;
+  // All properties, ascending by tag as unsigned numbers (by identifier,
+  // then type).
+  const std::vector<Entry>& entries() const { return values_; }
   std::vector<uint32_t> SortedTags() const;
 
  private:
-  std::unordered_map<uint32_t, Bytes> values_;
+  // Few per object, so a sorted list beats a hash table.
+  std::vector<Entry> values_;
 };
 
 }  // namespace ltp

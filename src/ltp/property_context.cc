@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "ltp/bth.h"
 #include "ltp/ltp_format.h"
@@ -25,6 +26,19 @@ uint32_t ValueHnid(const Bytes& value, Heap* heap) {
   return DecodeFixed32(inline_value);
 }
 
+// The values that go to the heap, the record array and the BTH header.
+void ReserveHeap(const PropertyBag& bag, Heap* heap) {
+  size_t bytes = bag.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize;
+  size_t allocations = 2;
+  for (const PropertyBag::Entry& entry : bag.entries()) {
+    if (entry.second.size() > kInlineValueLimit) {
+      bytes += entry.second.size();
+      ++allocations;
+    }
+  }
+  heap->Reserve(allocations, bytes);
+}
+
 }  // namespace
 
 void BuildPropertyContext(const PropertyBag& bag, Heap* heap) {
@@ -32,11 +46,13 @@ void BuildPropertyContext(const PropertyBag& bag, Heap* heap) {
   heap->set_client_signature(kClientSigPropertyContext);
 
   BthBuilder records(kPcKeySize, kPcEntrySize);
-  for (uint32_t tag : bag.SortedTags()) {
-    Bytes entry;
-    PutFixed16(&entry, PropType(tag));
-    PutFixed32(&entry, ValueHnid(*bag.Find(tag), heap));
-    records.Add(PropId(tag), std::move(entry));
+  records.Reserve(bag.size());
+  ReserveHeap(bag, heap);
+  for (const PropertyBag::Entry& entry : bag.entries()) {  // ascending tags
+    uint8_t record[kPcEntrySize];
+    EncodeFixed16(record, PropType(entry.first));
+    EncodeFixed32(record + 2, ValueHnid(entry.second, heap));
+    records.Add(PropId(entry.first), record);
   }
   heap->set_user_root(records.Finish(heap));
 }

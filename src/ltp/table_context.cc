@@ -1,7 +1,6 @@
 #include "ltp/table_context.h"
 
 #include <algorithm>
-#include <unordered_map>
 #include <utility>
 
 #include "ltp/bth.h"
@@ -102,24 +101,30 @@ RowLayout LayOutRow(const std::vector<uint32_t>& columns) {
   return layout;
 }
 
-Bytes EncodeRow(const RowLayout& layout, const TableRow& row) {
-  std::unordered_map<uint32_t, const Bytes*> values;
-  for (const auto& cell : row.cells) values[cell.first] = &cell.second;
+// The row's last cell for `tag`, or null.
+const Bytes* CellValue(const TableRow& row, uint32_t tag) {
+  for (auto it = row.cells.rbegin(); it != row.cells.rend(); ++it) {
+    if (it->first == tag) return &it->second;
+  }
+  return nullptr;
+}
 
-  Bytes out(layout.end_bm, 0);
+// Appends the row's fixed-size image to `out`.
+void EncodeRow(const RowLayout& layout, const TableRow& row, Bytes* out) {
+  const size_t base = out->size();
+  out->resize(base + layout.end_bm, 0);
+  uint8_t* image = out->data() + base;
   for (const ColumnDesc& column : layout.columns) {
-    auto it = values.find(column.tag);
-    if (it == values.end()) continue;
-    const Bytes& value = *it->second;
-    const size_t n = std::min<size_t>(value.size(), column.cb_data);
+    const Bytes* value = CellValue(row, column.tag);
+    if (value == nullptr) continue;
+    const size_t n = std::min<size_t>(value->size(), column.cb_data);
     if (column.ib_data + n <= layout.end_1b) {
-      std::copy(value.begin(), value.begin() + static_cast<std::ptrdiff_t>(n),
-                out.begin() + column.ib_data);
+      std::copy(value->begin(), value->begin() + static_cast<std::ptrdiff_t>(n),
+                image + column.ib_data);
     }
-    out[layout.end_1b + column.i_bit / kBitsPerByte] |=
+    image[layout.end_1b + column.i_bit / kBitsPerByte] |=
         static_cast<uint8_t>(kFirstBitMask >> (column.i_bit % kBitsPerByte));
   }
-  return out;
 }
 
 // Row IDs ascending, each mapped to its rank.
@@ -130,10 +135,11 @@ uint32_t BuildRowIndex(const std::vector<TableRow>& rows, Heap* heap) {
   std::sort(ids.begin(), ids.end());
 
   BthBuilder index(kRowIndexKeySize, kRowIndexEntrySize);
+  index.Reserve(ids.size());
   for (size_t rank = 0; rank < ids.size(); ++rank) {
-    Bytes entry;
-    PutFixed32(&entry, static_cast<uint32_t>(rank));
-    index.Add(ids[rank], std::move(entry));
+    uint8_t entry[kRowIndexEntrySize];
+    EncodeFixed32(entry, static_cast<uint32_t>(rank));
+    index.Add(ids[rank], entry);
   }
   return index.Finish(heap);
 }
@@ -150,7 +156,8 @@ void BuildTableContext(const std::vector<uint32_t>& columns,
               0, 0, 0};
   if (!rows.empty()) {
     Bytes matrix;
-    for (const TableRow& row : rows) PutBytes(&matrix, EncodeRow(layout, row));
+    matrix.reserve(rows.size() * layout.end_bm);
+    for (const TableRow& row : rows) EncodeRow(layout, row, &matrix);
     info.hnid_rows = heap->Allocate(matrix);
     info.hid_row_index = BuildRowIndex(rows, heap);
   }
@@ -161,6 +168,7 @@ void BuildTableContext(const std::vector<uint32_t>& columns,
                      return a.tag < b.tag;
                    });
   Bytes encoded;
+  encoded.reserve(kTcInfoFixedSize + descs.size() * kTcColumnDescSize);
   info.EncodeTo(&encoded);
   for (const ColumnDesc& desc : descs) desc.EncodeTo(&encoded);
   heap->set_user_root(heap->Allocate(encoded));

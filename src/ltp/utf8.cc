@@ -7,6 +7,10 @@
 #include <climits>
 #include <windows.h>
 #endif
+#if defined(__SSE2__) || defined(_M_X64)
+#define VIREL_UTF8_SSE2 1
+#include <emmintrin.h>
+#endif
 
 namespace virel {
 namespace ltp {
@@ -27,6 +31,16 @@ constexpr int kContinuationBits = 6;
 class UnitWriter {
  public:
   explicit UnitWriter(size_t max_units) : out_(2 * max_units), p_(out_.data()) {}
+
+#ifdef VIREL_UTF8_SSE2
+  // Sixteen ASCII bytes, each widened to a code unit.
+  void Ascii16(__m128i bytes) {
+    const __m128i zero = _mm_setzero_si128();
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p_), _mm_unpacklo_epi8(bytes, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p_ + 16), _mm_unpackhi_epi8(bytes, zero));
+    p_ += 32;
+  }
+#endif
 
   // Eight ASCII bytes, each widened to a code unit.
   void Ascii8(uint64_t bytes) {
@@ -167,6 +181,16 @@ Bytes Utf8ToUtf16(const std::string& utf8) {
   UnitWriter out(size);
   constexpr uint64_t kHighBits = 0x8080808080808080ull;
   for (size_t pos = 0; pos < size;) {
+#ifdef VIREL_UTF8_SSE2
+    if (size - pos >= 16) {
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + pos));
+      if (_mm_movemask_epi8(v) == 0) {
+        out.Ascii16(v);
+        pos += 16;
+        continue;
+      }
+    }
+#endif
     if (size - pos >= 8 && (DecodeFixed64(in + pos) & kHighBits) == 0) {
       out.Ascii8(DecodeFixed64(in + pos));
       pos += 8;

@@ -1,6 +1,7 @@
 #include "messaging/event_serializer.h"
 
 #include <atomic>
+#include <utility>
 
 #include "core/stats.h"
 #include "ltp/node_data.h"
@@ -80,10 +81,11 @@ uint32_t AppointmentStateFlags(uint32_t meeting_status) {
 
 EventResult serialize_event(const EventRecord& event, uint32_t folder_nid,
                             NamedPropertyMap* names, ndb::DataWriter* writer,
-                            ndb::NodeRegistry* nodes) {
+                            ndb::NodeRegistry* nodes,
+                            ltp::PropertyBag* bag_out) {
   ScopedTimer timer(stat::kSerializeEvent);
-  const ltp::WrittenNodeData pc =
-      ltp::WritePropertyContext(EventProperties(event, names), writer);
+  ltp::PropertyBag bag = EventProperties(event, names);
+  const ltp::WrittenNodeData pc = ltp::WritePropertyContext(bag, writer);
 
   EventResult result;
   result.sequence = ++g_event_sequence;
@@ -95,6 +97,7 @@ EventResult serialize_event(const EventRecord& event, uint32_t folder_nid,
   result.nid = EnterItemNode(nodes, folder_nid, pc.bid, 0);
   Stats::Instance().Record(stat::kEventSerializedSize,
                            static_cast<double>(result.serialized_size));
+  if (bag_out != nullptr) *bag_out = std::move(bag);
   return result;
 }
 

@@ -36,9 +36,12 @@ inline constexpr uint32_t kReminderDelta = 0x8501;
 ltp::PropertyBag EventProperties(const EventRecord& event,
                                  NamedPropertyMap* names);
 
+// Writes the event's property context and enters its node. When `bag_out`
+// is given it receives the properties written, converted texts included.
 EventResult serialize_event(const EventRecord& event, uint32_t folder_nid,
                             NamedPropertyMap* names, ndb::DataWriter* writer,
-                            ndb::NodeRegistry* nodes);
+                            ndb::NodeRegistry* nodes,
+                            ltp::PropertyBag* bag_out = nullptr);
 
 // 1 gives 1, 3 gives 2, 5 gives 4, anything else 0.
 uint32_t AppointmentStateFlags(uint32_t meeting_status);

@@ -97,6 +97,8 @@ std::vector<std::string> FolderRegistry::SplitPath(const std::string& path) {
 }
 
 uint64_t FolderRegistry::Resolve(const std::string& path) {
+  auto seen = resolved_.find(path);
+  if (seen != resolved_.end()) return seen->second;
   uint64_t current = root_id_;
   std::string key = kRootFolderName;
   for (const std::string& piece : SplitPath(path)) {
@@ -105,6 +107,7 @@ uint64_t FolderRegistry::Resolve(const std::string& path) {
     auto it = paths_.find(key);
     current = it != paths_.end() ? it->second : CreateChild(current, piece, key);
   }
+  resolved_.emplace(path, current);
   return current;
 }
 

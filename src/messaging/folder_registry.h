@@ -87,6 +87,9 @@ class FolderRegistry {
   uint64_t root_id_ = 0;
   std::unordered_map<uint64_t, Folder, Fnv1aIdHash> folders_;
   std::unordered_map<std::string, uint64_t, Fnv1aStringHash> paths_;
+  // Paths as callers spelled them, resolved before: items are filed under a
+  // few paths again and again.
+  std::unordered_map<std::string, uint64_t, Fnv1aStringHash> resolved_;
   std::unordered_map<uint64_t, std::string, Fnv1aIdHash> classes_;
   std::unordered_map<uint64_t, uint32_t, Fnv1aIdHash> nids_;
   std::vector<uint64_t> caller_folders_;

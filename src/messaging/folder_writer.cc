@@ -166,9 +166,18 @@ uint64_t FolderWriter::WriteContentsTable(
     const std::vector<ContentRecord>& records) {
   ltp::Heap heap;
   std::vector<ltp::TableRow> rows;
+  rows.reserve(records.size());
+  // Runs of one kind share one conversion of its class.
+  uint32_t converted_kind = 0;
+  Bytes message_class;
   for (const ContentRecord& r : records) {
-    rows.push_back({static_cast<uint32_t>(r.nid),
-                    {{tag::kMessageClass, ltp::StringCell(&heap, MessageClassOf(r.kind))}}});
+    if (rows.empty() || r.kind != converted_kind) {
+      message_class = ltp::Utf8ToUtf16(MessageClassOf(r.kind));
+      converted_kind = r.kind;
+    }
+    ltp::TableRow row{static_cast<uint32_t>(r.nid), {}};
+    row.cells.emplace_back(tag::kMessageClass, Fixed32Bytes(heap.Allocate(message_class)));
+    rows.push_back(std::move(row));
   }
   return ltp::WriteTableContext({tag::kMessageClass}, rows, &heap, writer_).bid;
 }

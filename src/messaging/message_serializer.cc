@@ -165,13 +165,12 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
     throw std::length_error("too many attachments for one subnode list");
   }
   ltp::PropertyBag bag = MessageProperties(message);
-  ltp::Heap properties_heap;
-  ltp::BuildPropertyContext(bag, &properties_heap);
-  const Bytes properties = ltp::SerializeOnePage(properties_heap);
-  const Bytes recipients =
-      message.recipients.empty()
-          ? Bytes()
-          : ltp::SerializeOnePage(RecipientTable(message.recipients));
+  ltp::Heap properties;
+  ltp::BuildPropertyContext(bag, &properties);
+  ltp::CheckOnePage(properties);
+  const ltp::Heap recipients =
+      message.recipients.empty() ? ltp::Heap() : RecipientTable(message.recipients);
+  ltp::CheckOnePage(recipients);
   std::vector<AttachmentResult> planned;
   for (const Attachment& a : message.attachments) {
     planned.push_back({a.file_name, 0, 0, a.data.size()});
@@ -192,13 +191,13 @@ ItemResult serialize_message(const MessageRecord& message, uint32_t folder_nid,
     }
   }
   if (!message.recipients.empty()) {
-    subnodes.Add(kRecipientTableSubnode, ltp::WriteNodeData(recipients, writer).bid);
+    subnodes.Add(kRecipientTableSubnode, ltp::WriteHeap(recipients, writer).bid);
   }
   subnodes.SortByNid();
 
   ItemResult result;
   result.bid_sub = subnodes.empty() ? 0 : writer->WriteData(subnodes.Finish(), true);
-  const ltp::WrittenNodeData pc = ltp::WriteNodeData(properties, writer);
+  const ltp::WrittenNodeData pc = ltp::WriteHeap(properties, writer);
   result.bid_data = pc.bid;
   result.serialized_size = pc.heap_size;
 

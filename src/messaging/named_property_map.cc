@@ -14,7 +14,7 @@ constexpr uint16_t kFirstListedGuidIndex = 3;
 }  // namespace
 
 uint16_t NamedPropertyMap::GetOrAssign(const Guid& guid, uint32_t dispid) {
-  const Key key(guid, std::string(), dispid);
+  const Key key(dispid, guid);
   auto it = keys_.find(key);
   if (it != keys_.end()) return static_cast<uint16_t>(kFirstNamedId + it->second);
   const uint16_t index = static_cast<uint16_t>(next_index_++);

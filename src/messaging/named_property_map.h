@@ -4,8 +4,7 @@
 
 #include <cstdint>
 #include <map>
-#include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "ltp/property_bag.h"
@@ -34,7 +33,8 @@ class NamedPropertyMap {
     uint16_t property_index;
     bool named_by_string;
   };
-  using Key = std::tuple<Guid, std::string, uint32_t>;
+  // Dispid first: most lookups are told apart without comparing GUIDs.
+  using Key = std::pair<uint32_t, Guid>;
 
   uint16_t GuidIndex(const Guid& guid);
 

@@ -26,10 +26,10 @@ inline constexpr uint8_t kEncodeTable[256] = {
     0xD4, 0xE1, 0x11, 0xD0, 0x08, 0x8B, 0x2A, 0xF2, 0xED, 0x9A, 0x64, 0x3F, 0xC1, 0x6C, 0xF9, 0xEC,
 };
 
-// Writes kEncodeTable[b] for every byte b of `src` to `dst`.
-inline void EncodeCopy(const uint8_t* src, size_t size, uint8_t* dst) {
-  for (size_t i = 0; i < size; ++i) dst[i] = kEncodeTable[src[i]];
-}
+// Writes kEncodeTable[b] for every byte b of `src` to `dst`; src and dst
+// may be the same buffer. Uses 64-byte table lookups where the processor
+// has them (AVX-512 VBMI), chosen at run time.
+void EncodeCopy(const uint8_t* src, size_t size, uint8_t* dst);
 
 }  // namespace ndb
 }  // namespace virel

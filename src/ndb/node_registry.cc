@@ -15,9 +15,9 @@ constexpr uint8_t kNidTypeMask = 0x1F;
 constexpr int kNidIndexShift = 5;
 constexpr size_t kBucketCount = 8;
 
-// One leaf entry ready for a page, with the key that sorts it.
-struct LeafEntry {
-  uint64_t key;
+// Leaf entries in key order: each key, and all entries back to back.
+struct SortedEntries {
+  std::vector<uint64_t> keys;
   Bytes bytes;
 };
 
@@ -28,30 +28,29 @@ struct TreeShape {
   const char* overflow_message;
 };
 
-Bytes Concat(const std::vector<LeafEntry>& entries, size_t from, size_t to) {
-  Bytes out;
-  for (size_t i = from; i < to; ++i) PutBytes(&out, entries[i].bytes);
-  return out;
+Bytes Slice(const SortedEntries& entries, size_t entry_size, size_t from, size_t to) {
+  return Bytes(entries.bytes.begin() + static_cast<std::ptrdiff_t>(from * entry_size),
+               entries.bytes.begin() + static_cast<std::ptrdiff_t>(to * entry_size));
 }
 
-// Entries must be sorted. One leaf when they fit, else leaves under a root.
-TreeBuild BuildTree(const std::vector<LeafEntry>& entries,
-                    const TreeShape& shape, NodeRegistry* registry) {
+// One leaf when the entries fit, else leaves under a root.
+TreeBuild BuildTree(const SortedEntries& entries, const TreeShape& shape,
+                    NodeRegistry* registry) {
   TreeBuild tree;
-  if (entries.size() <= shape.leaf_capacity) {
+  const size_t count = entries.keys.size();
+  if (count <= shape.leaf_capacity) {
     const uint64_t bid = registry->NextBid(true);
-    tree.pages.push_back(BuildBTreePage(Concat(entries, 0, entries.size()),
-                                        shape.entry_size, kLeafLevel,
+    tree.pages.push_back(BuildBTreePage(entries.bytes, shape.entry_size, kLeafLevel,
                                         shape.ptype, bid));
     tree.bids.push_back(bid);
     return tree;
   }
   std::vector<uint64_t> keys;
-  for (size_t from = 0; from < entries.size(); from += shape.leaf_capacity) {
-    const size_t to = std::min(entries.size(), from + shape.leaf_capacity);
-    keys.push_back(entries[from].key);
+  for (size_t from = 0; from < count; from += shape.leaf_capacity) {
+    const size_t to = std::min(count, from + shape.leaf_capacity);
+    keys.push_back(entries.keys[from]);
     const uint64_t bid = registry->NextBid(true);
-    tree.pages.push_back(BuildBTreePage(Concat(entries, from, to),
+    tree.pages.push_back(BuildBTreePage(Slice(entries, shape.entry_size, from, to),
                                         shape.entry_size, kLeafLevel,
                                         shape.ptype, bid));
     tree.bids.push_back(bid);
@@ -128,17 +127,20 @@ uint64_t NodeRegistry::NextBid(bool internal) {
 }
 
 TreeBuild NodeRegistry::BuildNbt() {
-  std::vector<LeafEntry> entries;
-  entries.reserve(nodes_.size());
-  for (const auto& kv : nodes_) {
-    const Node& n = kv.second;
-    LeafEntry e{static_cast<uint32_t>(n.nid), {}};
-    PutNbtEntry(&e.bytes, static_cast<uint32_t>(n.nid), n.bid_data, n.bid_sub,
-                static_cast<uint32_t>(n.nid_parent));
-    entries.push_back(std::move(e));
+  std::vector<const Node*> sorted;
+  sorted.reserve(nodes_.size());
+  for (const auto& kv : nodes_) sorted.push_back(&kv.second);
+  std::sort(sorted.begin(), sorted.end(), [](const Node* a, const Node* b) {
+    return static_cast<uint32_t>(a->nid) < static_cast<uint32_t>(b->nid);
+  });
+  SortedEntries entries;
+  entries.keys.reserve(sorted.size());
+  entries.bytes.reserve(sorted.size() * kNbtEntrySize);
+  for (const Node* n : sorted) {
+    entries.keys.push_back(static_cast<uint32_t>(n->nid));
+    PutNbtEntry(&entries.bytes, static_cast<uint32_t>(n->nid), n->bid_data, n->bid_sub,
+                static_cast<uint32_t>(n->nid_parent));
   }
-  std::sort(entries.begin(), entries.end(),
-            [](const LeafEntry& a, const LeafEntry& b) { return a.key < b.key; });
   return BuildTree(entries,
                    {kNbtEntrySize, kNbtLeafCapacity, kPageTypeNbt,
                     "NBT too large for 2-level tree (>300 nodes). Multi-level "
@@ -147,16 +149,18 @@ TreeBuild NodeRegistry::BuildNbt() {
 }
 
 TreeBuild NodeRegistry::BuildBbt() {
-  std::vector<LeafEntry> entries;
-  entries.reserve(blocks_.size());
-  for (const auto& kv : blocks_) {
-    const BlockRecord& b = kv.second;
-    LeafEntry e{b.bid, {}};
-    PutBbtEntry(&e.bytes, b.bid, b.ib, b.cb);
-    entries.push_back(std::move(e));
+  std::vector<const BlockRecord*> sorted;
+  sorted.reserve(blocks_.size());
+  for (const auto& kv : blocks_) sorted.push_back(&kv.second);
+  std::sort(sorted.begin(), sorted.end(),
+            [](const BlockRecord* a, const BlockRecord* b) { return a->bid < b->bid; });
+  SortedEntries entries;
+  entries.keys.reserve(sorted.size());
+  entries.bytes.reserve(sorted.size() * kBbtEntrySize);
+  for (const BlockRecord* b : sorted) {
+    entries.keys.push_back(b->bid);
+    PutBbtEntry(&entries.bytes, b->bid, b->ib, b->cb);
   }
-  std::sort(entries.begin(), entries.end(),
-            [](const LeafEntry& a, const LeafEntry& b) { return a.key < b.key; });
   return BuildTree(entries,
                    {kBbtEntrySize, kBbtLeafCapacity, kPageTypeBbt,
                     "BBT too large for 2-level tree (>400 blocks). Multi-level "

@@ -20,7 +20,8 @@ namespace faulttest {
 namespace {
 
 std::filesystem::path ScratchDir() {
-  return testutil::ScratchBase() / "virel_fault_sweep";
+  return testutil::ScratchBase() /
+         ("virel_fault_sweep_" + testutil::RunId());
 }
 
 // What one run of the script saw.

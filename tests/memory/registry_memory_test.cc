@@ -75,7 +75,9 @@ void RunWriters(const std::string& path, int count) {
 
 TEST(RegistryMemory, ConstantAcrossTenAndTenThousandWriters) {
   const std::string path =
-      (testutil::ScratchBase() / "virel_registry_memory.pst").string();
+      (testutil::ScratchBase() /
+       ("virel_registry_memory_" + testutil::RunId() + ".pst"))
+          .string();
   virel::Stats& stats = virel::Stats::Instance();
   stats.Reset();
 

@@ -74,7 +74,8 @@ WriterResult WriteOne(const std::filesystem::path& dir, int thread, int index) {
 
 TEST(Threads, ManyWritersOnEightThreads) {
   std::error_code ec;
-  const std::filesystem::path dir = testutil::ScratchBase() / "virel_threads";
+  const std::filesystem::path dir =
+      testutil::ScratchBase() / ("virel_threads_" + testutil::RunId());
   std::filesystem::remove_all(dir, ec);
   std::filesystem::create_directories(dir);
 

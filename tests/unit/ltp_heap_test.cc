@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "ltp/bth.h"
 #include "ltp/heap.h"
 #include "unit/ltp_test_reader.h"
 
@@ -63,8 +64,44 @@ TEST(LtpHeapTest, IndexWrapsAfter2047Allocations) {
   uint32_t hid = 0;
   for (int i = 0; i < 2047; ++i) hid = heap.Allocate(Bytes{});
   EXPECT_EQ(hid, 0xFFE0u);
-  EXPECT_EQ(heap.Allocate(Bytes{}), 0u);
-  EXPECT_EQ(heap.Allocate(Bytes{}), 0x20u);
+  EXPECT_FALSE(heap.wrapped());
+  EXPECT_EQ(heap.Allocate(Bytes{5}), 0u);
+  EXPECT_EQ(heap.Allocate(Bytes{6, 6}), 0x20u);  // replaces the first one
+  EXPECT_TRUE(heap.wrapped());
+  EXPECT_EQ(heap.allocation_count(), 2048u);
+  // HID order: index 0 (the newest but one) leads, index 1 holds its
+  // replacement.
+  HeapView view;
+  ASSERT_TRUE(ParseHeap(heap.Serialize(), &view));
+  ASSERT_EQ(view.rgib.size(), 2049u);
+  EXPECT_EQ(view.rgib[0], 12u);
+  EXPECT_EQ(view.rgib[1], 13u);
+  EXPECT_EQ(view.rgib[2], 15u);
+  EXPECT_EQ(view.rgib.back(), 15u);
+  // However far the counter runs, the heap stays marked as wrapped.
+  for (int i = 0; i < 70000; ++i) heap.Allocate(Bytes{});
+  EXPECT_TRUE(heap.wrapped());
+  EXPECT_EQ(heap.allocation_count(), 2048u);
+}
+
+// Leaves come out sorted by key, equal keys in the order added, whether
+// the records arrived sorted or not.
+TEST(LtpHeapTest, BthLeavesSortedStably) {
+  using virel::ltp::BthBuilder;
+  auto leaves = [](const std::vector<std::pair<uint32_t, uint8_t>>& records) {
+    Heap heap;
+    BthBuilder bth(2, 1);
+    for (const auto& r : records) bth.Add(r.first, &r.second);
+    const uint32_t header = bth.Finish(&heap);
+    HeapView view;
+    EXPECT_TRUE(ParseHeap(heap.Serialize(), &view));
+    const Bytes h = view.Item(header);
+    EXPECT_EQ(h.size(), 8u);
+    return view.Item(h[4] | h[5] << 8 | h[6] << 16 | h[7] << 24);
+  };
+  const Bytes expected{1, 0, 'a', 3, 0, 'b', 7, 0, 'c', 7, 0, 'd', 0, 1, 'e'};
+  EXPECT_EQ(leaves({{7, 'c'}, {0x100, 'e'}, {3, 'b'}, {7, 'd'}, {1, 'a'}}), expected);
+  EXPECT_EQ(leaves({{1, 'a'}, {3, 'b'}, {7, 'c'}, {7, 'd'}, {0x100, 'e'}}), expected);
 }
 
 }  // namespace

@@ -37,6 +37,26 @@ TEST(LtpUtf8Test, WellFormedText) {
   EXPECT_EQ(Convert(std::string("a\0b", 3)), (Units{0x61, 0, 0x62}));
 }
 
+// ASCII runs of every length around the 8- and 16-byte steps, with one
+// two-byte character at every position.
+TEST(LtpUtf8Test, AsciiRunsAroundWideSteps) {
+  for (size_t n = 0; n <= 40; ++n) {
+    for (size_t at = 0; at <= n; ++at) {
+      std::string text;
+      Units expected;
+      for (size_t i = 0; i < n; ++i) {
+        if (i == at) {
+          text += "\xC3\xA9";
+          expected.push_back(0xE9);
+        }
+        text += static_cast<char>('!' + (i * 7) % 90);
+        expected.push_back(static_cast<uint16_t>('!' + (i * 7) % 90));
+      }
+      ASSERT_EQ(Convert(text), expected) << n << " " << at;
+    }
+  }
+}
+
 TEST(LtpUtf8Test, IllFormedInputBecomesReplacementCharacters) {
   const uint16_t R = 0xFFFD;
   // Overlongs, encoded surrogates, values past U+10FFFF: the lead and an

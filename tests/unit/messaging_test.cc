@@ -40,6 +40,8 @@ TEST(MessagingFolders, PathsResolveFromRootAndCreateMissingFolders) {
   EXPECT_EQ(b, 8u);
   EXPECT_EQ(r.folders.Resolve("/A/B/"), b);
   EXPECT_EQ(r.folders.Resolve("A//B"), b);
+  EXPECT_EQ(r.folders.Resolve("A/B"), b);  // a spelling seen before
+  EXPECT_EQ(r.folders.Resolve("A"), a);
   EXPECT_EQ(r.folders.size(), 8u);
   EXPECT_EQ(r.folders.Get(b)->parent_id, a);
   EXPECT_EQ(r.folders.caller_folders(), (std::vector<uint64_t>{a, b}));

@@ -38,6 +38,28 @@ Bytes Pattern(size_t n) {
 
 }  // namespace
 
+// Every length around the 64-byte lanes, from every alignment, copied and
+// in place, gives exactly the table's bytes and touches nothing past them.
+TEST(NdbBlock, EncodingMatchesTableAtEveryLengthAndAlignment) {
+  Bytes all(256);
+  for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<uint8_t>(i);
+  for (size_t offset = 0; offset < 8; ++offset) {
+    for (size_t n = 0; n <= 200; ++n) {
+      Bytes src(offset + n + 8);
+      for (size_t i = 0; i < src.size(); ++i) src[i] = all[(i * 37 + n) % 256];
+      Bytes dst(src.size(), 0xAA);
+      ndb::EncodeCopy(src.data() + offset, n, dst.data() + offset);
+      Bytes in_place = src;
+      ndb::EncodeCopy(in_place.data() + offset, n, in_place.data() + offset);
+      for (size_t i = 0; i < src.size(); ++i) {
+        const bool inside = i >= offset && i < offset + n;
+        ASSERT_EQ(dst[i], inside ? ndb::kEncodeTable[src[i]] : 0xAA) << offset << " " << n;
+        ASSERT_EQ(in_place[i], inside ? ndb::kEncodeTable[src[i]] : src[i]);
+      }
+    }
+  }
+}
+
 TEST(NdbBlock, SizesTrailersAndEncoding) {
   struct Case { size_t cb; size_t trailer_at; };
   for (Case c : {Case{0, 0}, Case{64, 64}, Case{100, 128}, Case{8176, 8192}}) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -12,15 +13,41 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
 namespace testutil {
 
-// A fresh directory under the system temp dir, removed at scope end.
+// Tells this run's scratch names from a concurrent run's: the process ID of
+// the first test process, handed to death-test children through the
+// environment so that they find their parent's files.
+inline const std::string& RunId() {
+  static const std::string id = [] {
+    const char* inherited = std::getenv("VIREL_TEST_RUN_ID");
+    if (inherited != nullptr && *inherited != '\0') return std::string(inherited);
+#ifdef _WIN32
+    const std::string own = std::to_string(_getpid());
+    _putenv_s("VIREL_TEST_RUN_ID", own.c_str());
+#else
+    const std::string own = std::to_string(getpid());
+    setenv("VIREL_TEST_RUN_ID", own.c_str(), 1);
+#endif
+    return own;
+  }();
+  return id;
+}
+
+// A fresh directory under the system temp dir, removed at scope end; named
+// after the test and the run, so concurrent runs do not collide.
 class TempDir {
  public:
   TempDir() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string("virel_") + info->test_suite_name() + "_" +
-                       info->name();
+                       info->name() + "_" + RunId();
     for (char& c : name) {
       if (c == '/') c = '_';
     }
