@@ -23,6 +23,10 @@ auto LowerBound(Entries& entries, uint32_t tag) {
 }  // namespace
 
 void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
+  SetBytes(tag, PropertyValue(std::move(value)));
+}
+
+void PropertyBag::SetBytes(uint32_t tag, PropertyValue value) {
   auto it = LowerBound(values_, tag);
   if (it != values_.end() && it->first == tag) {
     it->second = std::move(value);
@@ -36,23 +40,23 @@ void PropertyBag::SetBytes(uint32_t tag, Bytes value) {
 }
 
 void PropertyBag::SetInt32(uint32_t tag, uint32_t value) {
-  Bytes encoded;
-  PutFixed32(&encoded, value);
-  SetBytes(tag, std::move(encoded));
+  uint8_t encoded[4];
+  EncodeFixed32(encoded, value);
+  SetBytes(tag, PropertyValue(encoded, sizeof(encoded)));
 }
 
 void PropertyBag::SetInt64(uint32_t tag, uint64_t value) {
-  Bytes encoded;
-  PutFixed64(&encoded, value);
-  SetBytes(tag, std::move(encoded));
+  uint8_t encoded[8];
+  EncodeFixed64(encoded, value);
+  SetBytes(tag, PropertyValue(encoded, sizeof(encoded)));
 }
 
-const Bytes& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
+const PropertyValue& PropertyBag::SetString(uint32_t tag, const std::string& utf8) {
   SetBytes(tag, Utf8ToUtf16(utf8));
   return *Find(tag);  // stable until the next setter call
 }
 
-const Bytes* PropertyBag::Find(uint32_t tag) const {
+const PropertyValue* PropertyBag::Find(uint32_t tag) const {
   auto it = LowerBound(values_, tag);
   return it != values_.end() && it->first == tag ? &it->second : nullptr;
 }
@@ -60,8 +64,7 @@ const Bytes* PropertyBag::Find(uint32_t tag) const {
 bool PropertyBag::Take(uint32_t tag, Bytes* out) {
   auto it = LowerBound(values_, tag);
   if (it == values_.end() || it->first != tag) return false;
-  *out = std::move(it->second);
-  it->second.clear();
+  *out = it->second.TakeBytes();
   return true;
 }
 

@@ -19,10 +19,10 @@ constexpr size_t kInlineValueLimit = 4;
 
 // dwValueHnid: short values inline (little-endian, zero-filled above),
 // longer ones as the HID of a new heap allocation.
-uint32_t ValueHnid(const Bytes& value, Heap* heap) {
-  if (value.size() > kInlineValueLimit) return heap->Allocate(value);
+uint32_t ValueHnid(const PropertyValue& value, Heap* heap) {
+  if (value.size() > kInlineValueLimit) return heap->Allocate(value.data(), value.size());
   uint8_t inline_value[kInlineValueLimit] = {0, 0, 0, 0};
-  std::copy(value.begin(), value.end(), inline_value);
+  std::copy_n(value.data(), value.size(), inline_value);
   return DecodeFixed32(inline_value);
 }
 

@@ -14,12 +14,13 @@ constexpr uint16_t kFirstListedGuidIndex = 3;
 }  // namespace
 
 uint16_t NamedPropertyMap::GetOrAssign(const Guid& guid, uint32_t dispid) {
-  const Key key(dispid, guid);
-  auto it = keys_.find(key);
-  if (it != keys_.end()) return static_cast<uint16_t>(kFirstNamedId + it->second);
+  for (const Entry& e : entries_) {
+    if (e.dispid == dispid && e.guid == guid) {
+      return static_cast<uint16_t>(kFirstNamedId + e.property_index);
+    }
+  }
   const uint16_t index = static_cast<uint16_t>(next_index_++);
-  keys_.emplace(key, index);
-  entries_.push_back({dispid, GuidIndex(guid), index, false});
+  entries_.push_back({dispid, GuidIndex(guid), index, false, guid});
   return static_cast<uint16_t>(kFirstNamedId + index);
 }
 

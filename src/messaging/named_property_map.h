@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <utility>
 #include <vector>
 
 #include "ltp/property_bag.h"
@@ -32,13 +30,13 @@ class NamedPropertyMap {
     uint16_t guid_index;
     uint16_t property_index;
     bool named_by_string;
+    Guid guid;
   };
-  // Dispid first: most lookups are told apart without comparing GUIDs.
-  using Key = std::pair<uint32_t, Guid>;
 
   uint16_t GuidIndex(const Guid& guid);
 
-  std::map<Key, uint16_t> keys_;
+  // The writer names a fixed handful of properties, so a scan that compares
+  // the dispid first beats any keyed lookup.
   uint32_t next_index_ = 0;
   std::vector<Guid> guids_;
   std::vector<Entry> entries_;

@@ -1,3 +1,5 @@
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "ltp/property_bag.h"
@@ -25,6 +27,37 @@ TEST(LtpPropertyBagTest, SettersEncodeAndLastWriteWins) {
   EXPECT_EQ(bag.size(), 4u);
   EXPECT_EQ(*bag.Find(0x0E070003), Bytes{9});
   EXPECT_EQ(bag.Find(0x3001001F)->size(), 12u);
+}
+
+// Values up to eight bytes live in place, longer ones in a vector; both
+// read back, move out and copy under a second tag the same way.
+TEST(LtpPropertyBagTest, ShortAndLongValuesAndSecondTags) {
+  PropertyBag bag;
+  const Bytes eight{1, 2, 3, 4, 5, 6, 7, 8};
+  const Bytes nine{1, 2, 3, 4, 5, 6, 7, 8, 9};
+  bag.SetBytes(0x10000102, eight);
+  bag.SetBytes(0x10010102, nine);
+  EXPECT_EQ(*bag.Find(0x10000102), eight);
+  EXPECT_EQ(*bag.Find(0x10010102), nine);
+  EXPECT_FALSE(*bag.Find(0x10010102) == eight);
+
+  Bytes out;
+  ASSERT_TRUE(bag.Take(0x10000102, &out));
+  EXPECT_EQ(out, eight);
+  ASSERT_TRUE(bag.Take(0x10010102, &out));
+  EXPECT_EQ(out, nine);
+  EXPECT_TRUE(bag.Find(0x10010102)->empty());
+  EXPECT_FALSE(bag.Take(0x10020102, &out));
+
+  // The second tag gets a copy even when adding it moves the first one.
+  for (uint32_t i = 0; i < 40; ++i) {
+    const uint32_t first = 0x30000000 + (i << 16) + 0x1F;
+    bag.SetBytes(0x20000000 + (i << 16) + 0x1F, bag.SetString(first, "text " + std::to_string(i)));
+  }
+  for (uint32_t i = 0; i < 40; ++i) {
+    EXPECT_EQ(bag.Find(0x20000000 + (i << 16) + 0x1F)->ToBytes(),
+              bag.Find(0x30000000 + (i << 16) + 0x1F)->ToBytes());
+  }
 }
 
 TEST(LtpPropertyBagTest, TagsSortUnsigned) {

@@ -97,8 +97,8 @@ TEST(MessagingNamedProperties, AssignsOnceAndWritesStreams) {
 
   ltp::PropertyBag bag;
   map.Serialize(&bag);
-  const Bytes* guids = bag.Find(tag::kNameidStreamGuid);
-  const Bytes* entries = bag.Find(tag::kNameidStreamEntry);
+  const auto* guids = bag.Find(tag::kNameidStreamGuid);
+  const auto* entries = bag.Find(tag::kNameidStreamEntry);
   ASSERT_TRUE(guids && entries);
   EXPECT_EQ(bag.Find(tag::kNameidStreamString), nullptr);
   ASSERT_EQ(guids->size(), 32u);  // the two well-known sets are not listed
@@ -108,7 +108,7 @@ TEST(MessagingNamedProperties, AssignsOnceAndWritesStreams) {
   EXPECT_EQ((*guids)[8], 0xC0);
   EXPECT_EQ((*guids)[16 + 0], 0x08);
   ASSERT_EQ(entries->size(), 32u);
-  const std::vector<uint8_t> e(entries->begin(), entries->end());
+  const std::vector<uint8_t> e = entries->ToBytes();
   EXPECT_EQ(Le32(e, 0), 0x820Du);
   EXPECT_EQ(Le16(e, 4), 3 << 1);  // first listed GUID
   EXPECT_EQ(Le16(e, 6), 0);
