@@ -42,7 +42,7 @@ void Heap::Reserve(size_t allocations, size_t bytes) {
   data_.reserve(data_.size() + bytes);
 }
 
-uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
+Heap::Span& Heap::NextSlot(uint32_t* hid) {
   const uint32_t index = next_index_++;
   const size_t slot = index & kHidIndexMask;
   if (slot >= slots_.size()) {
@@ -50,9 +50,21 @@ uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
   }
   Span& span = slots_[slot];
   if (!span.used) ++count_;
-  span = {data_.size(), size, true};
+  *hid = HidForIndex(index);
+  return span;
+}
+
+uint32_t Heap::Allocate(const uint8_t* data, size_t size) {
+  uint32_t hid = 0;
+  NextSlot(&hid) = {data_.size(), size, true, nullptr};
   data_.insert(data_.end(), data, data + size);
-  return HidForIndex(index);
+  return hid;
+}
+
+uint32_t Heap::Refer(const uint8_t* data, size_t size) {
+  uint32_t hid = 0;
+  NextSlot(&hid) = {0, size, true, data};
+  return hid;
 }
 
 bool Heap::wrapped() const { return next_index_ > kHidIndexMask + 1u; }
@@ -92,7 +104,8 @@ void Heap::SerializeTo(uint8_t* out) const {
     if (!span.used) continue;
     EncodeFixed16(map, static_cast<uint16_t>(start));
     map += kPageMapEntrySize;
-    std::copy_n(data_.data() + span.offset, span.size, out + start);
+    const uint8_t* bytes = span.external != nullptr ? span.external : data_.data() + span.offset;
+    std::copy_n(bytes, span.size, out + start);
     start += span.size;
   }
   EncodeFixed16(map, static_cast<uint16_t>(start));

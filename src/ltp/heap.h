@@ -25,6 +25,9 @@ class Heap {
   // allocation.
   uint32_t Allocate(const Bytes& data) { return Allocate(data.data(), data.size()); }
   uint32_t Allocate(const uint8_t* data, size_t size);
+  // An allocation whose bytes stay the caller's: they must neither change
+  // nor go away until the heap is serialised or reset.
+  uint32_t Refer(const uint8_t* data, size_t size);
 
   void set_client_signature(uint8_t signature) { client_signature_ = signature; }
   void set_user_root(uint32_t hid) { user_root_ = hid; }
@@ -45,12 +48,14 @@ class Heap {
   uint32_t next_index_;  // counts on past the wrap, so wrapped() stays true
   uint8_t client_signature_;
   uint32_t user_root_;
-  // Where an allocation's bytes sit in data_.
+  // Where an allocation's bytes sit: in data_, or the caller's.
   struct Span {
     size_t offset = 0;
     size_t size = 0;
     bool used = false;
+    const uint8_t* external = nullptr;
   };
+  Span& NextSlot(uint32_t* hid);
 
   size_t PageMapOffset() const;
 

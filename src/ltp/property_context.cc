@@ -19,24 +19,22 @@ constexpr size_t kInlineValueLimit = 4;
 
 // dwValueHnid: short values inline (little-endian, zero-filled above),
 // longer ones as the HID of a new heap allocation.
+// The heap refers to the bag's bytes rather than copying them.
 uint32_t ValueHnid(const PropertyValue& value, Heap* heap) {
-  if (value.size() > kInlineValueLimit) return heap->Allocate(value.data(), value.size());
+  if (value.size() > kInlineValueLimit) return heap->Refer(value.data(), value.size());
   uint8_t inline_value[kInlineValueLimit] = {0, 0, 0, 0};
   std::copy_n(value.data(), value.size(), inline_value);
   return DecodeFixed32(inline_value);
 }
 
-// The values that go to the heap, the record array and the BTH header.
+// The values that go to the heap, and the record array and BTH header it
+// holds itself.
 void ReserveHeap(const PropertyBag& bag, Heap* heap) {
-  size_t bytes = bag.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize;
   size_t allocations = 2;
   for (const PropertyBag::Entry& entry : bag.entries()) {
-    if (entry.second.size() > kInlineValueLimit) {
-      bytes += entry.second.size();
-      ++allocations;
-    }
+    if (entry.second.size() > kInlineValueLimit) ++allocations;
   }
-  heap->Reserve(allocations, bytes);
+  heap->Reserve(allocations, bag.size() * (kPcKeySize + kPcEntrySize) + kBthHeaderSize);
 }
 
 }  // namespace

@@ -59,6 +59,24 @@ TEST(LtpHeapTest, AllocationsArePackedWithoutAlignment) {
   EXPECT_EQ(view.Item(0x80), Bytes{7});
 }
 
+// Referred bytes take their place in index order beside copied ones, read
+// when the heap is serialised.
+TEST(LtpHeapTest, ReferredBytesAreReadAtSerialisation) {
+  Heap heap;
+  Bytes caller{1, 2, 3, 4, 5};
+  EXPECT_EQ(heap.Allocate(Bytes{9}), 0x20u);
+  EXPECT_EQ(heap.Refer(caller.data(), caller.size()), 0x40u);
+  EXPECT_EQ(heap.Allocate(Bytes{8, 8}), 0x60u);
+  caller[0] = 7;
+  HeapView view;
+  ASSERT_TRUE(ParseHeap(heap.Serialize(), &view));
+  EXPECT_EQ(view.rgib, (std::vector<uint16_t>{12, 13, 18, 20}));
+  EXPECT_EQ(view.Item(0x20), Bytes{9});
+  EXPECT_EQ(view.Item(0x40), (Bytes{7, 2, 3, 4, 5}));
+  EXPECT_EQ(view.Item(0x60), (Bytes{8, 8}));
+  EXPECT_EQ(heap.SerializedSize(), heap.Serialize().size());
+}
+
 TEST(LtpHeapTest, IndexWrapsAfter2047Allocations) {
   Heap heap;
   uint32_t hid = 0;
