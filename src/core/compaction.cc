@@ -38,6 +38,16 @@ void AddFromBag(Cells* cells, ltp::PropertyBag* bag, uint32_t t) {
   if (bag->Take(t, &value)) cells->emplace_back(t, std::move(value));
 }
 
+// A text cell: taken from the bag the item was written from, which holds
+// it converted, or else converted here.
+void AddText(Cells* cells, ltp::PropertyBag* bag, uint32_t t, const std::string& s) {
+  if (bag != nullptr) {
+    AddFromBag(cells, bag, t);
+  } else {
+    AddString(cells, t, s);
+  }
+}
+
 Bytes ZeroValue(uint16_t type) {
   return Bytes(type == tag::kTypeSysTime ? 8 : 4, 0);
 }
@@ -115,21 +125,13 @@ const ItemRowCells* RecordBlockWriter::StoredRow(const ContentRecord& r) const {
 }
 
 Cells MessageRowCells(const MessageRecord& m, ltp::PropertyBag* properties) {
-  // A text the bag holds was converted when the message was serialised.
-  auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
-    if (properties != nullptr) {
-      AddFromBag(cells, properties, t);
-    } else {
-      AddString(cells, t, s);
-    }
-  };
   Cells cells;
   cells.reserve(kMessageRowCells);
-  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentMessage));
-  add_text(&cells, tag::kSubject, m.subject);
-  add_text(&cells, tag::kSenderName, m.sender_name);
+  AddText(&cells, properties, tag::kMessageClass, MessageClassOf(kContentMessage));
+  AddText(&cells, properties, tag::kSubject, m.subject);
+  AddText(&cells, properties, tag::kSenderName, m.sender_name);
   AddString(&cells, tag::kSenderEmail, m.sender_address);
-  add_text(&cells, tag::kBody, m.body_plain);
+  AddText(&cells, properties, tag::kBody, m.body_plain);
   cells.emplace_back(tag::kClientSubmitTime, Fixed64Bytes(TicksToFiletime(m.time)));
   cells.emplace_back(tag::kMessageFlags, Fixed32Bytes(kMessageFlagRead));
   if (!m.attachments.empty()) cells.emplace_back(tag::kHasAttachments, Fixed32Bytes(1));
@@ -151,20 +153,13 @@ Cells EventRowCells(const EventRecord& e, ltp::PropertyBag* properties,
   const uint16_t location =
       names->GetOrAssign(kPsetidAppointment, dispid::kLocation);
   const uint32_t location_tag = tag::Named(location, tag::kTypeUnicode);
-  auto add_text = [&](Cells* cells, uint32_t t, const std::string& s) {
-    if (properties != nullptr) {
-      AddFromBag(cells, properties, t);
-    } else {
-      AddString(cells, t, s);
-    }
-  };
   Cells cells;
   cells.reserve(kEventRowCells);
-  add_text(&cells, tag::kMessageClass, MessageClassOf(kContentEvent));
-  add_text(&cells, tag::kSubject, e.subject);
+  AddText(&cells, properties, tag::kMessageClass, MessageClassOf(kContentEvent));
+  AddText(&cells, properties, tag::kSubject, e.subject);
   cells.emplace_back(tag::Named(start, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.start)));
   cells.emplace_back(tag::Named(end, tag::kTypeSysTime), Fixed64Bytes(TicksToFiletime(e.end)));
-  add_text(&cells, location_tag, e.location());
+  AddText(&cells, properties, location_tag, e.location());
   return cells;
 }
 
