@@ -9,10 +9,8 @@ namespace virel {
 namespace ltp {
 
 namespace {
-constexpr size_t kTypicalCount = 16;  // properties of a message or folder
-}  // namespace
 
-namespace {
+constexpr size_t kTypicalCount = 16;  // properties of a message or folder
 
 template <typename Entries>
 auto LowerBound(Entries& entries, uint32_t tag) {
@@ -66,13 +64,6 @@ bool PropertyBag::Take(uint32_t tag, Bytes* out) {
   if (it == values_.end() || it->first != tag) return false;
   *out = it->second.TakeBytes();
   return true;
-}
-
-std::vector<uint32_t> PropertyBag::SortedTags() const {
-  std::vector<uint32_t> tags;
-  tags.reserve(values_.size());
-  for (const auto& entry : values_) tags.push_back(entry.first);
-  return tags;
 }
 
 }  // namespace ltp

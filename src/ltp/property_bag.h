@@ -37,7 +37,6 @@ class PropertyBag {
   // All properties, ascending by tag as unsigned numbers (by identifier,
   // then type).
   const std::vector<Entry>& entries() const { return values_; }
-  std::vector<uint32_t> SortedTags() const;
 
  private:
   // Few per object, so a sorted list beats a hash table.
