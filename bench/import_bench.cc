@@ -2,6 +2,8 @@
 // time GMime alone takes to parse the same mbox in the same run. The aim
 // is an import that costs at most twice the parse.
 // Usage: virel_import_bench [MESSAGES]
+//        virel_import_bench --write-mbox PATH [MESSAGES]   (only writes the
+//        mbox, to profile virel-import on it)
 #include <fcntl.h>
 #include <gmime/gmime.h>
 
@@ -111,20 +113,29 @@ double Seconds(Clock::time_point since) {
   return std::chrono::duration<double>(Clock::now() - since).count();
 }
 
+void WriteMbox(const std::string& path, size_t count) {
+  std::mt19937 rng(5);
+  std::ofstream out(path, std::ios::binary);
+  for (size_t i = 0; i < count; ++i) out << vimport::ToMboxEntry(Message(i, &rng));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const size_t count = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : kDefaultMessages;
+  const bool only_mbox = argc > 2 && std::string(argv[1]) == "--write-mbox";
+  const int count_arg = only_mbox ? 3 : 1;
+  const size_t count = argc > count_arg ? std::strtoul(argv[count_arg], nullptr, 10)
+                                        : kDefaultMessages;
+  if (only_mbox) {
+    WriteMbox(argv[2], count);
+    return 0;
+  }
   g_mime_init();
   const fs::path dir = fs::temp_directory_path() / "virel_import_bench";
   fs::remove_all(dir);
   fs::create_directories(dir);
   const std::string mbox = (dir / "Inbox.mbox").string();
-  {
-    std::mt19937 rng(5);
-    std::ofstream out(mbox, std::ios::binary);
-    for (size_t i = 0; i < count; ++i) out << vimport::ToMboxEntry(Message(i, &rng));
-  }
+  WriteMbox(mbox, count);
   const double megabytes = static_cast<double>(fs::file_size(mbox)) / (1 << 20);
 
   Clock::time_point t = Clock::now();

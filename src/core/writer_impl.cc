@@ -38,6 +38,7 @@ void Virel::Impl::ReserveHead() {
   // Keeps the header and the allocation-map area out of the allocator's way.
   const uint64_t end = store_->end();
   if (end < kReservedHeadEnd) store_->Allocate(kReservedHeadEnd - end);
+  store_->FlushZeros();
   allocator_->MarkUsed(0, kReservedHeadEnd);
 }
 

@@ -176,6 +176,9 @@ void FileStore::RequireOpen(const char* operation) const {
 
 void FileStore::Write(const char* operation, uint64_t offset, const void* data,
                       size_t size) {
+  // Zeros still owed before `offset` go first, so no allocation is left
+  // as a hole.
+  if (offset > tail_start_) FillZerosTo(operation, std::min(offset, end_));
   size_t allowed = size;
   const char* detail = "write failed";
   bool fail = false;
@@ -203,6 +206,7 @@ void FileStore::Write(const char* operation, uint64_t offset, const void* data,
   }
   position_ = offset + size;
   end_ = std::max(end_, position_);
+  tail_start_ = std::max(tail_start_, position_);
 }
 
 void FileStore::Flush(const char* operation) {
@@ -217,21 +221,27 @@ void FileStore::Flush(const char* operation) {
   }
 }
 
-void FileStore::WriteZeros(const char* operation, uint64_t size) {
+void FileStore::FillZerosTo(const char* operation, uint64_t to) {
   static const char kZeros[kZeroChunk] = {};
-  while (size > 0) {
-    const size_t n = static_cast<size_t>(std::min<uint64_t>(size, kZeroChunk));
-    Write(operation, end_, kZeros, n);
-    size -= n;
+  while (tail_start_ < to) {
+    const size_t n =
+        static_cast<size_t>(std::min<uint64_t>(to - tail_start_, kZeroChunk));
+    Write(operation, tail_start_, kZeros, n);
   }
 }
 
 uint64_t FileStore::Allocate(uint64_t size) {
   RequireOpen("block allocation");
   const uint64_t offset = end_;
-  WriteZeros("block allocation", size);
-  Flush("block allocation");
+  end_ += size;  // written by the caller's next write, or as zeros later
   return offset;
+}
+
+void FileStore::FlushZeros() {
+  RequireOpen("block allocation");
+  if (tail_start_ >= end_) return;
+  FillZerosTo("block allocation", end_);
+  Flush("block allocation");
 }
 
 void FileStore::WriteAt(uint64_t offset, const void* data, size_t size) {
@@ -262,12 +272,17 @@ void FileStore::FlushPending() {
 
 void FileStore::PadTo(uint64_t min_size) {
   if (!open_ || end_ >= min_size) return;
-  WriteZeros("closing", min_size - end_);
+  FillZerosTo("closing", min_size);
   Flush("closing");
 }
 
 void FileStore::Close() {
   if (!open_) return;
+  // A failure here leaves the file open, so closing again can finish it.
+  if (tail_start_ < end_) {
+    FillZerosTo("closing", end_);
+    Flush("closing");
+  }
   const char* failure = nullptr;
   if (IoHook* hook = CurrentIoHook()) {
     const IoFault fault = hook->Before({IoOp::kClose, end_, nullptr, 0});

@@ -1,6 +1,8 @@
 // The one output file of a writer: appends zero-filled space at the end,
 // writes at offsets, tracks the logical end, pads and closes. Every write
 // is flushed at once so the file is consistent up to the last call.
+// The zeros of the latest allocation are written only if what the caller
+// writes next does not cover them: a new block costs one write, not two.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +27,9 @@ class FileStore {
   void WriteAt(uint64_t offset, const void* data, size_t size);
   // Writes a fresh header (ROOT all zero) at offset 0.
   void WriteHeader(const char* format_name);
+  // Writes the zeros of allocations no write has covered yet, so the file
+  // on disk reaches end().
+  void FlushZeros();
   // Queues bytes for FlushPending, which appends them at the end.
   void AppendPending(const Bytes& data);
   void FlushPending();
@@ -44,13 +49,17 @@ class FileStore {
   void Write(const char* operation, uint64_t offset, const void* data,
              size_t size);
   void Flush(const char* operation);
-  void WriteZeros(const char* operation, uint64_t size);
+  // Writes zeros from tail_start_ up to `to`, raising the end if needed.
+  void FillZerosTo(const char* operation, uint64_t to);
 
   std::string path_;
   std::fstream stream_;
   bool open_ = false;
   uint64_t end_ = 0;
   uint64_t position_ = kUnknownPosition;  // where the stream will write next
+  // Allocated bytes from here to end_ are not on disk yet; they read as
+  // zeros once written or once the file grows past them.
+  uint64_t tail_start_ = 0;
   Bytes pending_;
 };
 

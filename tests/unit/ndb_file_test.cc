@@ -10,6 +10,7 @@
 #include "ndb/encoding.h"
 #include "ndb/file_store.h"
 #include "ndb/header.h"
+#include "ndb/io_hook.h"
 #include "ndb/map_pages.h"
 #include "test_util.h"
 
@@ -176,6 +177,63 @@ TEST(NdbFileStore, CreatesDirectoriesTracksEndAndFailsWhenClosed) {
   EXPECT_THROW(store.Allocate(1), FileIOException);
   EXPECT_THROW(store.WriteHeader("!BDP"), FileIOException);
   EXPECT_THROW(store.FlushPending(), FileIOException);
+}
+
+// Counts the writes that reach the stream and can fail the next one.
+class WriteCounter : public ndb::IoHook {
+ public:
+  ndb::IoFault Before(const ndb::IoRequest& r) override {
+    if (r.op != ndb::IoOp::kWrite) return {};
+    ++writes;
+    bytes += r.size;
+    if (!fail_next) return {};
+    fail_next = false;
+    return {true, 0, "no space"};
+  }
+  int writes = 0;
+  uint64_t bytes = 0;
+  bool fail_next = false;
+};
+
+TEST(NdbFileStore, AllocatedSpaceIsWrittenOnceAndNeverLeftAsAHole) {
+  testutil::TempDir dir;
+  const std::string path = dir.File("z.pst");
+  WriteCounter hook;
+  ndb::SetIoHook(&hook);
+  {
+    ndb::FileStore store(path);
+    store.WriteHeader("!BDP");
+    const uint64_t a = store.Allocate(64);
+    const uint64_t b = store.Allocate(64);
+    hook.writes = 0;
+    hook.bytes = 0;
+    store.WriteAt(a, "AAAA", 4);  // covers the head of the zeros owed
+    EXPECT_EQ(hook.writes, 1);
+    EXPECT_EQ(hook.bytes, 4u);
+    store.WriteAt(b, "BB", 2);  // the zeros owed before it go first
+    EXPECT_EQ(hook.bytes, 4u + 60u + 2u);
+    EXPECT_EQ(testutil::ReadAll(path).size(), b + 2);
+
+    const uint64_t c = store.Allocate(32);
+    hook.fail_next = true;
+    EXPECT_THROW(store.WriteAt(c, "CC", 2), FileIOException);
+    store.FlushZeros();  // the failed write's space still reaches the disk
+    EXPECT_EQ(testutil::ReadAll(path).size(), c + 32);
+    store.Allocate(16);
+    store.WriteAt(0, "H", 1);  // inside the file: owes nothing
+    store.Close();
+    EXPECT_EQ(store.end(), c + 48);
+  }
+  ndb::SetIoHook(nullptr);
+  const std::vector<uint8_t> bytes = testutil::ReadAll(path);
+  ASSERT_EQ(bytes.size(), 512u + 64 + 64 + 32 + 16);
+  EXPECT_EQ(bytes[0], 'H');
+  EXPECT_EQ(std::string(bytes.begin() + 512, bytes.begin() + 516), "AAAA");
+  EXPECT_EQ(std::string(bytes.begin() + 576, bytes.begin() + 578), "BB");
+  for (size_t i = 516; i < bytes.size(); ++i) {
+    if (i == 576 || i == 577) continue;
+    ASSERT_EQ(bytes[i], 0) << "at " << i;
+  }
 }
 
 TEST(NdbFileStore, DirectoryCreationFailureCarriesSystemText) {
