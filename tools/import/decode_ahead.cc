@@ -27,6 +27,10 @@ bool DecodeAhead::HasRoom() const {
          (ready_.size() < max_ahead_ && ready_bytes_ < max_ahead_bytes_);
 }
 
+bool DecodeAhead::WakeConsumer() const {
+  return consumer_waiting_ && (ready_.size() >= (max_ahead_ + 1) / 2 || !HasRoom());
+}
+
 void DecodeAhead::Run() {
   try {
     for (;;) {
@@ -37,7 +41,7 @@ void DecodeAhead::Run() {
       if (stop_) return;
       ready_bytes_ += message.raw().size();
       ready_.push_back(std::move(message));
-      changed_.notify_all();
+      if (WakeConsumer()) changed_.notify_all();
     }
   } catch (...) {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -52,7 +56,9 @@ void DecodeAhead::Run() {
 
 bool DecodeAhead::Next(DecodedMessage* message) {
   std::unique_lock<std::mutex> lock(mutex_);
+  consumer_waiting_ = true;
   changed_.wait(lock, [this] { return !ready_.empty() || done_; });
+  consumer_waiting_ = false;
   if (ready_.empty()) {
     if (error_) std::rethrow_exception(error_);
     return false;

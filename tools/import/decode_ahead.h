@@ -38,7 +38,7 @@ class DecodeAhead {
   // none is left.
   using Source = std::function<bool(DecodedMessage*)>;
 
-  static constexpr size_t kMaxAhead = 16;
+  static constexpr size_t kMaxAhead = 64;
   static constexpr size_t kMaxAheadBytes = 64u << 20;
 
   // At most `max_ahead` messages, and past one only while their raw bytes
@@ -57,6 +57,10 @@ class DecodeAhead {
  private:
   void Run();
   bool HasRoom() const;
+  // Whether a waiting consumer should be woken now: a wake-up costs the
+  // decoder more than a small message takes to decode, so it is done once
+  // per batch, when the queue is full, or at the end.
+  bool WakeConsumer() const;
 
   Source source_;  // called on the decoding thread only
   const size_t max_ahead_;
@@ -65,6 +69,7 @@ class DecodeAhead {
   std::condition_variable changed_;
   std::deque<DecodedMessage> ready_;
   size_t ready_bytes_ = 0;
+  bool consumer_waiting_ = false;
   bool done_ = false;  // the decoding thread has finished
   bool stop_ = false;  // the caller wants no more
   std::exception_ptr error_;

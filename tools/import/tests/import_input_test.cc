@@ -79,9 +79,9 @@ std::string Mbox(size_t messages) {
 TEST(DecodeAhead, HandsOutWhatTheReaderAndParserGiveInOrder) {
   const std::string mbox = Mbox(100);
   // Queue bounds from none to all of it: one message and a few bytes
-  // ahead, a few messages, everything.
+  // ahead, a few messages, batches of wake-ups, everything.
   for (const auto& [ahead, bytes] : std::vector<std::pair<size_t, size_t>>{
-           {1, 1}, {3, 600}, {1000, size_t(1) << 30}}) {
+           {1, 1}, {3, 600}, {8, size_t(1) << 30}, {1000, size_t(1) << 30}}) {
     MboxReader reader(mbox);
     DecodeAhead decoder(MboxMessages(mbox), ahead, bytes);
     std::string_view want;
