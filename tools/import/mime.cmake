@@ -14,6 +14,7 @@ add_library(virel_import_mime STATIC
   ${VIREL_IMPORT_DIR}/mime_parts.cc
   ${VIREL_IMPORT_DIR}/mime_reader.cc
   ${VIREL_IMPORT_DIR}/parser_warnings.cc
+  ${VIREL_IMPORT_DIR}/single_byte_table.cc
   ${VIREL_IMPORT_DIR}/text_charset.cc)
 target_include_directories(virel_import_mime PUBLIC ${VIREL_IMPORT_DIR})
 target_compile_features(virel_import_mime PUBLIC cxx_std_17)

@@ -4,8 +4,11 @@
 #include <gmime/gmime.h>
 
 #include <map>
+#include <memory>
+#include <utility>
 
 #include "gmime_init.h"
+#include "single_byte_table.h"
 
 namespace vimport {
 namespace {
@@ -18,36 +21,48 @@ bool SameCharset(const char* a, const char* b) {
   return g_ascii_strcasecmp(a, b) == 0;
 }
 
+struct Utf8Converter {
+  GIConv iconv;
+  std::unique_ptr<SingleByteTable> table;  // for single-byte charsets
+};
+
 // Converters to UTF-8 by source charset, opened once per thread: opening
 // one costs far more than most texts take to convert.
 class Utf8Converters {
  public:
   ~Utf8Converters() {
     for (const auto& entry : open_) {
-      if (entry.second != kNone) g_iconv_close(entry.second);
+      if (entry.second.iconv != kNone) g_iconv_close(entry.second.iconv);
     }
   }
   // Null when iconv knows no such charset. Reset, ready for a new text.
-  GIConv From(const char* charset) {
+  const Utf8Converter* From(const char* charset) {
     auto found = open_.find(charset);
     if (found == open_.end()) {
-      found = open_.emplace(charset, g_iconv_open(kUtf8, charset)).first;
+      Utf8Converter converter{g_iconv_open(kUtf8, charset), nullptr};
+      if (converter.iconv != kNone) converter.table = SingleByteTable::Build(converter.iconv);
+      found = open_.emplace(charset, std::move(converter)).first;
     }
-    if (found->second == kNone) return nullptr;
-    g_iconv(found->second, nullptr, nullptr, nullptr, nullptr);
-    return found->second;
+    if (found->second.iconv == kNone) return nullptr;
+    g_iconv(found->second.iconv, nullptr, nullptr, nullptr, nullptr);
+    return &found->second;
   }
 
  private:
   static inline const GIConv kNone = reinterpret_cast<GIConv>(-1);
-  std::map<std::string, GIConv, std::less<>> open_;
+  std::map<std::string, Utf8Converter, std::less<>> open_;
 };
 
 // Whole-input conversion; fails on any byte the charset does not define.
 bool Convert(const std::string& in, const char* from, std::string* out) {
   static thread_local Utf8Converters converters;
-  GIConv converter = converters.From(from);
-  if (converter == nullptr) return false;
+  const Utf8Converter* found = converters.From(from);
+  if (found == nullptr) return false;
+  if (found->table) {
+    out->clear();
+    return found->table->Convert(in, out);
+  }
+  GIConv converter = found->iconv;
   gsize written = 0;
   GError* error = nullptr;
   gchar* converted = g_convert_with_iconv(in.data(), static_cast<gssize>(in.size()),

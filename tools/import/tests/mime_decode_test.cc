@@ -4,6 +4,8 @@
 #include <gmime/gmime.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <string_view>
@@ -12,6 +14,7 @@
 #include "gmime_init.h"
 #include "gobject_ptr.h"
 #include "mime_reader.h"
+#include "single_byte_table.h"
 #include "text_charset.h"
 
 namespace vimport {
@@ -126,6 +129,52 @@ TEST(TextCharset, ConvertersStartEveryTextAfresh) {
   EXPECT_EQ(TextToUtf8("caf\xe9", "iso-8859-1", &problem), "caf\xc3\xa9");
   EXPECT_EQ(TextToUtf8("\xe9\xf4\xe9", "koi8-r", &problem), "\xd0\x98\xd0\xa2\xd0\x98");
   EXPECT_TRUE(problem.empty());
+}
+
+// iconv's whole-text conversion, or nothing when it fails.
+std::optional<std::string> IconvWhole(const std::string& text, const char* charset) {
+  gsize written = 0;
+  GError* error = nullptr;
+  gchar* out = g_convert(text.data(), static_cast<gssize>(text.size()), "UTF-8", charset,
+                         nullptr, &written, &error);
+  if (out == nullptr) {
+    g_clear_error(&error);
+    return std::nullopt;
+  }
+  std::string result(out, written);
+  g_free(out);
+  return result;
+}
+
+TEST(SingleByteTable, ConvertsAsIconvDoesAndOnlyForPlainSingleByteCharsets) {
+  std::mt19937 rng(11);
+  for (const char* charset : {"CP1252", "ISO-8859-2", "ISO-8859-7", "KOI8-R", "IBM850",
+                              "ISO-8859-1", "CP1251"}) {
+    GIConv converter = g_iconv_open("UTF-8", charset);
+    ASSERT_NE(converter, reinterpret_cast<GIConv>(-1)) << charset;
+    const std::unique_ptr<SingleByteTable> table = SingleByteTable::Build(converter);
+    ASSERT_NE(table, nullptr) << charset;
+    for (int i = 0; i < 200; ++i) {
+      std::string text(rng() % 40, '\0');
+      for (char& c : text) c = static_cast<char>(rng() % 4 == 0 ? 0x80 + rng() % 128 : rng() % 128);
+      std::string got = "kept:";
+      const bool ok = table->Convert(text, &got);
+      const std::optional<std::string> want = IconvWhole(text, charset);
+      ASSERT_EQ(ok, want.has_value()) << charset << " " << i;
+      if (ok) {
+        EXPECT_EQ(got, "kept:" + *want) << charset << " " << i;
+      }
+    }
+    g_iconv_close(converter);
+  }
+  // Multi-byte, stateful and composing charsets.
+  for (const char* charset : {"UTF-8", "SHIFT_JIS", "ISO-2022-JP", "UTF-16LE", "UTF-7",
+                              "CP1255", "CP1258", "GB18030"}) {
+    GIConv converter = g_iconv_open("UTF-8", charset);
+    ASSERT_NE(converter, reinterpret_cast<GIConv>(-1)) << charset;
+    EXPECT_EQ(SingleByteTable::Build(converter), nullptr) << charset;
+    g_iconv_close(converter);
+  }
 }
 
 }  // namespace
