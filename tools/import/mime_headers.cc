@@ -1,5 +1,7 @@
 #include "mime_headers.h"
 
+#include <cstring>
+
 #include "encoded_words.h"
 #include "gobject_ptr.h"
 #include "mime_addresses.h"
@@ -29,6 +31,20 @@ std::vector<std::string> HeaderReader::Values(const char* name) const {
     }
   }
   return values;
+}
+
+bool HeaderReader::HasEncodedWord(const char* name) const {
+  GMimeHeaderList* headers = g_mime_object_get_header_list(object_);
+  const int count = headers == nullptr ? 0 : g_mime_header_list_get_count(headers);
+  for (int i = 0; i < count; ++i) {
+    GMimeHeader* header = g_mime_header_list_get_header_at(headers, i);
+    const char* raw = g_mime_header_get_raw_value(header);
+    if (raw != nullptr && g_ascii_strcasecmp(g_mime_header_get_name(header), name) == 0 &&
+        std::strstr(raw, "=?") != nullptr) {
+      return true;
+    }
+  }
+  return false;
 }
 
 std::string HeaderReader::Text(const char* name) const {

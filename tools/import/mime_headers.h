@@ -24,6 +24,10 @@ class HeaderReader {
   // The mailboxes of every `name` header, groups flattened.
   std::vector<Address> Addresses(const char* name) const;
 
+  // Whether a `name` header holds something that looks like an encoded
+  // word, which only the repaired value decodes right.
+  bool HasEncodedWord(const char* name) const;
+
   // A parameter of the Content-Disposition or Content-Type header; empty
   // when absent.
   std::string DispositionParameter(const char* name) const;

@@ -7,6 +7,7 @@
 
 #include "gmime_init.h"
 #include "gobject_ptr.h"
+#include "mime_addresses.h"
 #include "mime_headers.h"
 #include "mime_parts.h"
 #include "parser_warnings.h"
@@ -74,14 +75,22 @@ void ReadDate(GMimeMessage* message, MailItem* item) {
   }
 }
 
+// The mailboxes of every `name` header. GMime parsed them with the
+// message; they are parsed again only when an encoded word needs repair.
+std::vector<Address> AddressesOf(GMimeMessage* message, const HeaderReader& headers,
+                                 const char* name, GMimeAddressType type) {
+  if (headers.HasEncodedWord(name)) return headers.Addresses(name);
+  return FlattenAddresses(g_mime_message_get_addresses(message, type));
+}
+
 void ReadHeaders(GMimeMessage* message, GMimeParserOptions* options, MailItem* item) {
   const HeaderReader headers(GMIME_OBJECT(message), options, &item->problems);
   item->subject = headers.Text("Subject");
-  std::vector<Address> from = headers.Addresses("From");
+  std::vector<Address> from = AddressesOf(message, headers, "From", GMIME_ADDRESS_TYPE_FROM);
   if (!from.empty()) item->from = from.front();
-  item->to = headers.Addresses("To");
-  item->cc = headers.Addresses("Cc");
-  item->bcc = headers.Addresses("Bcc");
+  item->to = AddressesOf(message, headers, "To", GMIME_ADDRESS_TYPE_TO);
+  item->cc = AddressesOf(message, headers, "Cc", GMIME_ADDRESS_TYPE_CC);
+  item->bcc = AddressesOf(message, headers, "Bcc", GMIME_ADDRESS_TYPE_BCC);
   ReadDate(message, item);
 }
 
