@@ -1,10 +1,12 @@
 #include "core/capacity.h"
 
+#include <cstring>
 #include <stdexcept>
 
 #include "core/compaction.h"
 #include "core/stats.h"
 #include "core/writer_impl.h"
+#include "ltp/ltp_format.h"
 #include "ltp/node_data.h"
 #include "messaging/event_serializer.h"
 #include "messaging/folder_writer.h"
@@ -34,7 +36,7 @@ uint64_t CloseForecast::Resolve(const std::string& path) {
   const uint64_t first_new = folders_.next_id();
   const uint64_t folder = folders_.Resolve(path);
   for (uint64_t id = first_new; id < folders_.next_id(); ++id) {
-    changed_.insert(folders_.Get(id)->parent_id);
+    new_children_.insert(folders_.Get(id)->parent_id);
   }
   return folder;
 }
@@ -42,12 +44,10 @@ uint64_t CloseForecast::Resolve(const std::string& path) {
 void CloseForecast::SetContainerClass(uint64_t folder,
                                       const std::string& container_class) {
   folders_.SetContainerClass(folder, container_class);
-  changed_.insert(folder);
 }
 
 void CloseForecast::File(uint64_t folder, uint32_t kind, size_t blocks,
                          uint64_t bytes, uint64_t row_bytes) {
-  changed_.insert(folder);
   // The row's NID does not change the size of anything close writes.
   contents_[folder].push_back({0, kind});
   row_bytes_[folder] += row_bytes;
@@ -82,31 +82,65 @@ uint64_t CloseForecast::RecordBlockBytes(
   return bytes;
 }
 
+size_t ClassUnits(const std::vector<ContentRecord>& records) {
+  size_t units = 0;
+  for (const ContentRecord& r : records) units += std::strlen(MessageClassOf(r.kind));
+  return units;
+}
+
+namespace {
+
+constexpr size_t kUtf16UnitBytes = 2;
+
+// Whether `later`, the same folder with rows added, is sure to take the
+// blocks `known` took: its contents table stays within as many blocks and
+// within one heap page.
+bool SameBlocksWhenGrown(const FolderCost& known, const FolderCost& later) {
+  if (!known.blocks || known.contents == 0 || later.contents < known.contents ||
+      later.class_units < known.class_units || later.children != known.children ||
+      later.container_class != known.container_class) {
+    return false;
+  }
+  const size_t rows = later.contents - known.contents;
+  const size_t most_bytes = known.table.heap_bytes + rows * kMaxContentsRowBytes +
+                            (later.class_units - known.class_units) * kUtf16UnitBytes;
+  const auto chunks = [](size_t bytes) {
+    return (bytes + ndb::kMaxBlockPayload - 1) / ndb::kMaxBlockPayload;
+  };
+  return most_bytes <= ltp::kMaxHeapSize &&
+         chunks(most_bytes) == chunks(known.table.heap_bytes) &&
+         known.table.allocations + rows * kMaxContentsRowAllocations <= ltp::kHidIndexMask;
+}
+
+}  // namespace
+
 std::optional<size_t> CloseForecast::FolderBlocks(uint64_t id,
                                                   FolderCostMemo* memo) const {
   const auto contents = contents_.find(id);
   FolderCost cost{folders_.Get(id)->children.size(),
                   contents == contents_.end() ? 0 : contents->second.size(),
-                  folders_.ContainerClass(id, ""), std::nullopt};
-  // Only a state the writer's folder is really in may be remembered: a
-  // planned item that is never added must not stand for a later one.
-  const bool held = id < first_planned_id_ && changed_.count(id) == 0;
-  if (held) {
-    const auto known = memo->find(id);
-    if (known != memo->end() && known->second.children == cost.children &&
-        known->second.contents == cost.contents &&
-        known->second.container_class == cost.container_class) {
-      return known->second.blocks;
+                  contents == contents_.end() ? 0 : ClassUnits(contents->second),
+                  folders_.ContainerClass(id, ""), std::nullopt, {}};
+  // A planned folder, or one given planned children, has names that may
+  // never be written: its state must not stand for a later one.
+  const bool lasting = id < first_planned_id_ && new_children_.count(id) == 0;
+  const auto known = memo->find(id);
+  if (lasting && known != memo->end()) {
+    const FolderCost& k = known->second;
+    if (k.children == cost.children && k.contents == cost.contents &&
+        k.class_units == cost.class_units && k.container_class == cost.container_class) {
+      return k.blocks;
     }
+    if (SameBlocksWhenGrown(k, cost)) return k.blocks;
   }
   ndb::NodeRegistry written;
   ndb::DataWriter counter(&written);
   try {
-    WriteFolder(folders_, contents_, id, &counter, &written);
+    WriteFolder(folders_, contents_, id, &counter, &written, &cost.table);
     cost.blocks = written.block_count();
   } catch (const std::length_error&) {
   }
-  if (held) (*memo)[id] = cost;
+  if (lasting) (*memo)[id] = cost;
   return cost.blocks;
 }
 

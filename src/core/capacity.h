@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "messaging/folder_registry.h"
+#include "messaging/folder_writer.h"
 #include "messaging/named_property_map.h"
 #include "messaging/records.h"
 #include "ndb/node_registry.h"
@@ -43,17 +44,30 @@ inline constexpr size_t kMaxBbtEntries = ndb::kBbtLeafCapacity * ndb::kRootCapac
 // a root.
 size_t TreePageCount(size_t entries, size_t leaf_capacity);
 
-// The blocks close writes for one folder, with what decides them: its
-// name, kind, children and contents only ever grow, so their counts and
-// the container class identify the folder's state.
+// The blocks close writes for one folder, with what decides them. Its
+// name and children only ever grow, so with the children's count, the
+// container class and the contents table's rows and the total length of
+// their message classes identify the folder's state: the table's size does
+// not depend on the order of its rows.
 struct FolderCost {
   size_t children = 0;
   size_t contents = 0;
+  size_t class_units = 0;  // UTF-16 units of the rows' message classes
   std::string container_class;
   std::optional<size_t> blocks;  // none when a table passes one heap page
+  ContentsTableSize table;       // as written for this state
 };
-// By folder ID; only states the writer's folders have been in.
+// By folder ID: the last state worked out exactly for each folder.
 using FolderCostMemo = std::unordered_map<uint64_t, FolderCost>;
+
+// What one more row adds to a contents table's heap at most, besides its
+// message class: its cell, its row-index record, their page-map entries,
+// and the row index growing a level. Within these bounds a grown table is
+// known to take the blocks it took before without being built again.
+inline constexpr size_t kMaxContentsRowBytes = 64;
+inline constexpr size_t kMaxContentsRowAllocations = 2;
+// UTF-16 units of the message classes of `records`' rows.
+size_t ClassUnits(const std::vector<ContentRecord>& records);
 // Bytes of each folder's rows in the bookkeeping row blocks, by folder ID.
 using RowBytes = std::map<uint64_t, uint64_t>;
 
@@ -101,7 +115,7 @@ class CloseForecast {
   NamedPropertyMap names_;
   size_t base_folders_;
   uint64_t first_planned_id_;
-  std::unordered_set<uint64_t> changed_;  // held folders planned items change
+  std::unordered_set<uint64_t> new_children_;  // folders given planned ones
   size_t items_ = 0;
   size_t item_blocks_ = 0;
   uint64_t item_bytes_ = 0;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ltp/node_data.h"
+#include "ltp/table_context.h"
 #include "ltp/utf8.h"
 #include "messaging/entry_id.h"
 #include "messaging/property_tags.h"
@@ -36,8 +37,9 @@ std::vector<uint64_t> FolderWriteOrder(const FolderRegistry& folders) {
 }
 
 void WriteFolder(const FolderRegistry& folders, const ContentsRegistry& contents,
-                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes) {
-  FolderWriter folder_writer(folders, contents, writer, nodes);
+                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes,
+                 ContentsTableSize* contents_size) {
+  FolderWriter folder_writer(folders, contents, writer, nodes, contents_size);
   if (id == folders.root_id()) {
     folder_writer.WriteRootFolder();
     return;
@@ -179,7 +181,11 @@ uint64_t FolderWriter::WriteContentsTable(
     row.cells.emplace_back(tag::kMessageClass, Fixed32Bytes(heap.Allocate(message_class)));
     rows.push_back(std::move(row));
   }
-  return ltp::WriteTableContext({tag::kMessageClass}, rows, &heap, writer_).bid;
+  ltp::BuildTableContext({tag::kMessageClass}, rows, &heap);
+  if (contents_size_ != nullptr) {
+    *contents_size_ = {heap.SerializedSize(), heap.allocation_count()};
+  }
+  return ltp::WriteHeap(heap, writer_).bid;
 }
 
 }  // namespace virel

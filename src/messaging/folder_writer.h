@@ -16,11 +16,20 @@ namespace virel {
 inline constexpr uint32_t kHierarchyTableSubnode = 0x0D;
 inline constexpr uint32_t kContentsTableSubnode = 0x0E;
 
+// What a folder's contents table took, for forecasts that grow it.
+struct ContentsTableSize {
+  size_t heap_bytes = 0;
+  size_t allocations = 0;
+};
+
 class FolderWriter {
  public:
+  // With `contents_size`, the size of the last contents table is kept there.
   FolderWriter(const FolderRegistry& folders, const ContentsRegistry& contents,
-               ndb::DataWriter* writer, ndb::NodeRegistry* nodes)
-      : folders_(folders), contents_(contents), writer_(writer), nodes_(nodes) {}
+               ndb::DataWriter* writer, ndb::NodeRegistry* nodes,
+               ContentsTableSize* contents_size = nullptr)
+      : folders_(folders), contents_(contents), writer_(writer), nodes_(nodes),
+        contents_size_(contents_size) {}
 
   void WriteRootFolder();
   // A default folder: fixed properties, an entry ID for some of them.
@@ -41,14 +50,17 @@ class FolderWriter {
   const ContentsRegistry& contents_;
   ndb::DataWriter* writer_;
   ndb::NodeRegistry* nodes_;
+  ContentsTableSize* contents_size_;
 };
 
 // The order close writes folders in: the root, the default folders, then
 // the caller's folders in creation order.
 std::vector<uint64_t> FolderWriteOrder(const FolderRegistry& folders);
-// One folder's node: its property context and its tables.
+// One folder's node: its property context and its tables; with
+// `contents_size`, what its contents table took.
 void WriteFolder(const FolderRegistry& folders, const ContentsRegistry& contents,
-                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes);
+                 uint64_t id, ndb::DataWriter* writer, ndb::NodeRegistry* nodes,
+                 ContentsTableSize* contents_size = nullptr);
 // Every folder node close writes, in that order.
 void WriteAllFolders(const FolderRegistry& folders,
                      const ContentsRegistry& contents, ndb::DataWriter* writer,

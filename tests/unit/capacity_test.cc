@@ -1,5 +1,7 @@
 // The capacity check against real closes: random mailboxes are filled until
 // the check calls the file full, then closed and read back.
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -12,6 +14,9 @@
 #include "core/errors.h"
 #include "core/writer_impl.h"
 #include "mailbox.h"
+#include "messaging/folder_writer.h"
+#include "messaging/store_writer.h"
+#include "ndb/data_writer.h"
 #include "ndb/map_pages.h"
 #include "ndb/record_blocks.h"
 #include "test_util.h"
@@ -326,6 +331,54 @@ TEST(CoreCapacity, PlannedSizesMatchWhatIsBuilt) {
   }
   EXPECT_EQ(ndb::MapPagesSize(26411008), ndb::kMapAreaSize);
   EXPECT_GT(ndb::MapPagesSize(26411009), ndb::kMapAreaSize);
+}
+
+// A folder's contents table after `kinds`, measured by writing it.
+ContentsTableSize ContentsTableOf(const std::vector<uint32_t>& kinds) {
+  ndb::NodeRegistry nodes;
+  FolderRegistry folders(&nodes);
+  folders.CreateRoot(kRootFolderNid);
+  const uint64_t folder = folders.Resolve("Ordner");
+  ContentsRegistry contents;
+  uint32_t nid = 0x200004;
+  for (uint32_t kind : kinds) contents[folder].push_back({nid += 32, kind});
+  ndb::NodeRegistry written;
+  ndb::DataWriter counter(&written);
+  ContentsTableSize size;
+  WriteFolder(folders, contents, folder, &counter, &written, &size);
+  return size;
+}
+
+TEST(CoreCapacity, ContentsTablesGrowWithinTheForecastsBounds) {
+  // Forecasts take a table's size to follow from its row count and the
+  // length of its message classes, and to grow by at most the bounds per
+  // row: in any order of kinds, through the row index's levels.
+  std::mt19937 rng(3);
+  const uint32_t kinds[] = {kContentMessage, kContentEvent, kContentTask, kContentActivity};
+  std::vector<uint32_t> rows;
+  ContentsTableSize before = ContentsTableOf(rows);
+  for (int n = 1; n <= 1500; ++n) {
+    rows.push_back(kinds[rng() % 4]);
+    const ContentsTableSize now = ContentsTableOf(rows);
+    const size_t class_bytes = 2 * std::strlen(MessageClassOf(rows.back()));
+    if (n > 1) {
+      ASSERT_LE(now.heap_bytes, before.heap_bytes + class_bytes + kMaxContentsRowBytes) << n;
+      ASSERT_LE(now.allocations, before.allocations + kMaxContentsRowAllocations) << n;
+    }
+    ASSERT_GE(now.heap_bytes, before.heap_bytes + class_bytes) << n;
+    if (n % 100 == 0) {
+      std::vector<uint32_t> shuffled = rows;
+      std::shuffle(shuffled.begin(), shuffled.end(), rng);
+      const ContentsTableSize same = ContentsTableOf(shuffled);
+      EXPECT_EQ(same.heap_bytes, now.heap_bytes) << n;
+      EXPECT_EQ(same.allocations, now.allocations) << n;
+      ContentsRegistry registry;
+      for (uint32_t kind : rows) registry[1].push_back({0, kind});
+      EXPECT_EQ(ClassUnits(registry[1]) * 2, now.heap_bytes - ContentsTableOf(
+          std::vector<uint32_t>(rows.size(), 0)).heap_bytes) << n;
+    }
+    before = now;
+  }
 }
 
 TEST(CoreCapacity, MostAttachmentsOneMessageTakes) {
