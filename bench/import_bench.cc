@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "importer.h"
-#include "input_file.h"
 #include "mbox_file.h"
+#include "mbox_stream.h"
 #include "mime_reader.h"
 #include "output_series.h"
 #include "records.h"
@@ -87,23 +87,19 @@ size_t ParseWithGMime(const std::string& path) {
 // Every message split off the mbox and decoded as the importer does,
 // without writing anything.
 size_t DecodeLikeTheImporter(const std::string& path) {
-  vimport::InputFile file;
-  if (!file.Open(path)) return 0;
-  vimport::MboxReader reader(file.bytes());
+  vimport::MboxStream mbox(path);
   std::string_view raw;
   size_t n = 0;
-  while (reader.Next(&raw)) n += vimport::ParseMessage(raw).subject.empty() ? 0 : 1;
+  while (mbox.Next(&raw)) n += vimport::ParseMessage(raw).subject.empty() ? 0 : 1;
   return n;
 }
 
 // Every message decoded into the writer's record, before any is written.
 std::vector<virel::MessageRecord> DecodedRecords(const std::string& path) {
-  vimport::InputFile file;
+  vimport::MboxStream mbox(path);
   std::vector<virel::MessageRecord> records;
-  if (!file.Open(path)) return records;
-  vimport::MboxReader reader(file.bytes());
   std::string_view raw;
-  while (reader.Next(&raw)) {
+  while (mbox.Next(&raw)) {
     records.push_back(vimport::ToMessageRecord(vimport::ParseMessage(raw)));
   }
   return records;

@@ -2,10 +2,14 @@
 
 #include <utility>
 
-#include "mbox_file.h"
 #include "mime_reader.h"
 
 namespace vimport {
+
+std::string DecodedMessage::Raw() const {
+  if (!mbox_path.empty()) return ReadMboxMessage(mbox_path, entry);
+  return std::string(in_place);
+}
 
 DecodeAhead::DecodeAhead(Source source, size_t max_ahead, size_t max_ahead_bytes)
     : source_(std::move(source)),
@@ -39,7 +43,7 @@ void DecodeAhead::Run() {
       std::unique_lock<std::mutex> lock(mutex_);
       changed_.wait(lock, [this] { return stop_ || HasRoom(); });
       if (stop_) return;
-      ready_bytes_ += message.raw().size();
+      ready_bytes_ += message.size;
       ready_.push_back(std::move(message));
       if (WakeConsumer()) changed_.notify_all();
     }
@@ -65,7 +69,7 @@ bool DecodeAhead::Next(DecodedMessage* message) {
   }
   *message = std::move(ready_.front());
   ready_.pop_front();
-  ready_bytes_ -= message->raw().size();
+  ready_bytes_ -= message->size;
   // The decoder, once it waits for room, is woken when the queue is half
   // empty, so that it decodes several messages per wake-up.
   if (ready_.size() <= max_ahead_ / 2 && ready_bytes_ <= max_ahead_bytes_ / 2) {
@@ -74,17 +78,13 @@ bool DecodeAhead::Next(DecodedMessage* message) {
   return true;
 }
 
-DecodeAhead::Source MboxMessages(std::string_view mbox) {
-  return [reader = MboxReader(mbox)](DecodedMessage* message) mutable {
+DecodeAhead::Source MboxMessages(std::shared_ptr<MboxStream> mbox, std::string path) {
+  return [mbox = std::move(mbox), path = std::move(path)](DecodedMessage* message) {
     std::string_view raw;
-    if (!reader.Next(&raw)) return false;
-    // A view into the reader's own buffer does not outlast the next call.
-    message->copied = reader.last_unquoted();
-    if (message->copied) {
-      message->copy = std::string(raw);
-    } else {
-      message->in_place = raw;
-    }
+    if (!mbox->Next(&raw)) return false;
+    message->size = raw.size();
+    message->mbox_path = path;
+    message->entry = mbox->entry();
     message->item = ParseMessage(raw);
     return true;
   };
@@ -97,6 +97,7 @@ DecodeAhead::Source MessageFiles(std::vector<std::string> paths) {
     message->readable = file->Open(paths[next++]);
     if (message->readable) {
       message->in_place = file->bytes();
+      message->size = message->in_place.size();
       message->item = ParseMessage(message->in_place);
       message->file = std::move(file);
     }

@@ -16,18 +16,21 @@
 #include <vector>
 
 #include "input_file.h"
+#include "mbox_stream.h"
 #include "items.h"
 
 namespace vimport {
 
 struct DecodedMessage {
-  // The message's bytes, as they go to the rejected-items file.
-  std::string_view raw() const { return copied ? std::string_view(copy) : in_place; }
+  // The message's bytes, as they go to the rejected-items file: a message
+  // file's own, or an mbox message read again from `mbox_path`.
+  std::string Raw() const;
 
-  std::string_view in_place;  // bytes that outlive the message
-  std::string copy;           // else the message's own copy
-  bool copied = false;
-  std::shared_ptr<const InputFile> file;  // holds a message file's bytes
+  size_t size = 0;  // bytes of the message
+  std::string_view in_place;  // a message file's bytes
+  std::shared_ptr<const InputFile> file;  // holds them
+  std::string mbox_path;  // or the mbox file and the message's entry in it
+  MboxEntry entry;
   bool readable = true;  // false: the message file could not be read
   MailItem item;
 };
@@ -76,8 +79,8 @@ class DecodeAhead {
   std::thread thread_;  // last: started once everything above is set
 };
 
-// The messages of an mbox, split and decoded. `mbox` must outlive the source.
-DecodeAhead::Source MboxMessages(std::string_view mbox);
+// The messages of an mbox file, split and decoded as they are read.
+DecodeAhead::Source MboxMessages(std::shared_ptr<MboxStream> mbox, std::string path);
 
 // One message per file, in the order given; a file that cannot be read
 // gives a message that is not `readable`.

@@ -85,21 +85,31 @@ class Importer {
   // An mbox or a calendar.
   void Read(const Source& source) {
     report_->inputs.push_back({source.path, KindName(source.kind), {}});
+    if (source.kind != SourceKind::kCalendar) {
+      Mbox(source);
+      return;
+    }
     InputFile file;
     if (!file.Open(source.path)) {
       CannotRead(source.path);
       return;
     }
-    if (source.kind == SourceKind::kCalendar) {
-      Calendar(source.path, std::string(file.bytes()));
+    Calendar(source.path, std::string(file.bytes()));
+  }
+
+  void Mbox(const Source& source) {
+    auto mbox = std::make_shared<MboxStream>(source.path);
+    if (!mbox->is_open()) {
+      CannotRead(source.path);
       return;
     }
     const std::string folder = FolderOf(source);
-    DecodeAhead decoder(MboxMessages(file.bytes()));
-    DecodedMessage m;
-    for (size_t i = 0; decoder.Next(&m); ++i) {
-      Message(source.path, i, m.raw(), std::move(m.item), folder);
+    {
+      DecodeAhead decoder(MboxMessages(mbox, source.path));
+      DecodedMessage m;
+      for (size_t i = 0; decoder.Next(&m); ++i) Message(source.path, i, &m, folder);
     }
+    if (mbox->failed()) report_->errors.push_back(source.path + ": read failed");
   }
 
   // The message files sources[begin, end).
@@ -115,16 +125,16 @@ class Importer {
         CannotRead(source.path);
         continue;
       }
-      Message(source.path, std::nullopt, m.raw(), std::move(m.item), FolderOf(source));
+      Message(source.path, std::nullopt, &m, FolderOf(source));
     }
   }
 
   void Message(const std::string& path, std::optional<size_t> index,
-               std::string_view raw, MailItem item, const std::string& folder) {
+               DecodedMessage* m, const std::string& folder) {
     ItemOutcome outcome = NewOutcome(path, index, ItemKind::kMessage);
-    outcome.problems = std::move(item.problems);
-    const Placement p = series_.AddMessage(folder, ToMessageRecord(std::move(item)));
-    if (p.status == PlaceStatus::kRejected) rejected_.AddMessage(raw);
+    outcome.problems = std::move(m->item.problems);
+    const Placement p = series_.AddMessage(folder, ToMessageRecord(std::move(m->item)));
+    if (p.status == PlaceStatus::kRejected) rejected_.AddMessage(m->Raw());
     Record(&outcome, p, folder);
   }
 

@@ -23,6 +23,9 @@ class MboxReader {
   bool Next(std::string_view* message);
   // True when the last message had quoted lines: it lies in the reader.
   bool last_unquoted() const { return last_unquoted_; }
+  // Where in `data` the next entry (its separator line on) starts; after
+  // the last message, the end of `data`.
+  size_t position() const { return pos_; }
 
  private:
   std::string_view data_;

@@ -1,9 +1,10 @@
-// Reading inputs in place: mapped files, mbox messages handed out as views
-// (one unquoting buffer reused from message to message), and decoded
-// ahead of the writer on a thread of their own.
+// Reading inputs: mapped files, mbox messages handed out as views (one
+// unquoting buffer reused from message to message), mbox files read in
+// pieces, and messages decoded ahead of the writer on a thread of their own.
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 #include <fstream>
 #include <string>
 #include <string_view>
@@ -12,6 +13,7 @@
 #include "input_file.h"
 #include "decode_ahead.h"
 #include "mbox_file.h"
+#include "mbox_stream.h"
 #include "mime_reader.h"
 #include "unit/test_util.h"
 
@@ -76,21 +78,75 @@ std::string Mbox(size_t messages) {
   return mbox;
 }
 
+// The messages MboxReader finds in the whole of `mbox`, with their entries.
+std::vector<std::pair<std::string, MboxEntry>> Whole(const std::string& mbox) {
+  std::vector<std::pair<std::string, MboxEntry>> out;
+  MboxReader reader(mbox);
+  std::string_view m;
+  for (size_t start = reader.position(); reader.Next(&m); start = reader.position()) {
+    out.push_back({std::string(m), {start, reader.position() - start}});
+  }
+  return out;
+}
+
+TEST(MboxStream, ReadInPiecesGivesWhatTheWholeFileGives) {
+  testutil::TempDir dir;
+  const std::string long_line(3000, 'L');
+  const std::vector<std::string> files = {
+      "",
+      "no separator at all\nnone\n",
+      "junk before\nthe first\nFrom a Mon Jan  1 10:00:00 2024\nSubject: 1\n\nbody\n",
+      Mbox(60),
+      "From a Mon Jan  1 10:00:00 2024\r\nSubject: crlf\r\n\r\n>From quoted\r\n\r\n"
+      "From b Mon Jan  1 10:00:00 2024\r\nSubject: 2\r\n\r\n" + long_line + "\r\n",
+      "From x\n" + long_line + "\nFrom after a blank? no\n\nFrom y\nlast line without end",
+      "From a 10:00:00\n\n\n\nFrom b 11:00:00\n",
+  };
+  int n = 0;
+  for (const std::string& bytes : files) {
+    const std::string path = dir.File("m" + std::to_string(n++));
+    Write(path, bytes);
+    const auto want = Whole(bytes);
+    for (size_t chunk : {size_t(1), size_t(7), size_t(64), MboxStream::kChunkBytes}) {
+      SCOPED_TRACE("file " + std::to_string(n) + " chunk " + std::to_string(chunk));
+      MboxStream stream(path, chunk);
+      ASSERT_TRUE(stream.is_open());
+      std::string_view m;
+      size_t i = 0;
+      for (; stream.Next(&m); ++i) {
+        ASSERT_LT(i, want.size());
+        EXPECT_EQ(m, want[i].first);
+        EXPECT_EQ(stream.entry().offset, want[i].second.offset);
+        EXPECT_EQ(stream.entry().size, want[i].second.size);
+        EXPECT_EQ(ReadMboxMessage(path, stream.entry()), want[i].first);
+      }
+      EXPECT_EQ(i, want.size());
+      EXPECT_FALSE(stream.failed());
+    }
+  }
+  EXPECT_FALSE(MboxStream(dir.File("missing")).is_open());
+  EXPECT_EQ(ReadMboxMessage(dir.File("m3"), {1u << 30, 10}), "");  // past the end
+}
+
 TEST(DecodeAhead, HandsOutWhatTheReaderAndParserGiveInOrder) {
+  testutil::TempDir dir;
   const std::string mbox = Mbox(100);
+  const std::string path = dir.File("in.mbox");
+  Write(path, mbox);
   // Queue bounds from none to all of it: one message and a few bytes
   // ahead, a few messages, batches of wake-ups, everything.
   for (const auto& [ahead, bytes] : std::vector<std::pair<size_t, size_t>>{
            {1, 1}, {3, 600}, {8, size_t(1) << 30}, {1000, size_t(1) << 30}}) {
     MboxReader reader(mbox);
-    DecodeAhead decoder(MboxMessages(mbox), ahead, bytes);
+    DecodeAhead decoder(MboxMessages(std::make_shared<MboxStream>(path, 256), path),
+                        ahead, bytes);
     std::string_view want;
     DecodedMessage got;
     size_t count = 0;
     while (reader.Next(&want)) {
       ASSERT_TRUE(decoder.Next(&got)) << count;
-      EXPECT_EQ(got.raw(), want);
-      EXPECT_EQ(got.copied, count % 3 == 0);
+      EXPECT_EQ(got.Raw(), want);
+      EXPECT_EQ(got.size, want.size());
       const MailItem item = ParseMessage(want);
       EXPECT_EQ(got.item.subject, item.subject);
       EXPECT_EQ(got.item.from.address, item.from.address);
@@ -102,7 +158,8 @@ TEST(DecodeAhead, HandsOutWhatTheReaderAndParserGiveInOrder) {
     EXPECT_FALSE(decoder.Next(&got));  // and stays done
   }
   DecodedMessage none;
-  EXPECT_FALSE(DecodeAhead(MboxMessages("")).Next(&none));
+  Write(path, "");
+  EXPECT_FALSE(DecodeAhead(MboxMessages(std::make_shared<MboxStream>(path), path)).Next(&none));
 }
 
 TEST(DecodeAhead, MessageFilesInOrderUnreadableOnesMarked) {
@@ -118,16 +175,19 @@ TEST(DecodeAhead, MessageFilesInOrderUnreadableOnesMarked) {
     ASSERT_TRUE(decoder.Next(&m)) << i;
     EXPECT_EQ(m.readable, i % 7 != 3) << i;
     if (!m.readable) continue;
-    EXPECT_EQ(m.raw(), "Subject: file " + std::to_string(i) + "\n\nbody\n");
+    EXPECT_EQ(m.Raw(), "Subject: file " + std::to_string(i) + "\n\nbody\n");
     EXPECT_EQ(m.item.subject, "file " + std::to_string(i));
   }
   EXPECT_FALSE(decoder.Next(&m));
 }
 
 TEST(DecodeAhead, StopsWhenLeftEarly) {
-  const std::string mbox = Mbox(500);
+  testutil::TempDir dir;
+  const std::string path = dir.File("in.mbox");
+  Write(path, Mbox(500));
   for (size_t taken : {0u, 1u, 20u}) {
-    DecodeAhead decoder(MboxMessages(mbox), 4, size_t(1) << 20);
+    DecodeAhead decoder(MboxMessages(std::make_shared<MboxStream>(path), path), 4,
+                        size_t(1) << 20);
     DecodedMessage m;
     for (size_t i = 0; i < taken; ++i) {
       ASSERT_TRUE(decoder.Next(&m));
