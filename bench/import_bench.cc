@@ -177,6 +177,5 @@ int main(int argc, char** argv) {
   std::printf("import / parse: %.2fx (aim: at most 2x); writer alone / parse: %.2fx\n",
               import_s / parse_s, writer_s / parse_s);
   fs::remove_all(dir);
-  g_mime_shutdown();
   return vimport::ExitCode(report) == vimport::kExitFailure ? 1 : 0;
 }

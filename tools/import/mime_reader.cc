@@ -26,14 +26,10 @@ struct ParserOptionsFree {
 };
 using ParserOptionsPtr = std::unique_ptr<GMimeParserOptions, ParserOptionsFree>;
 
-// Options for decoding; with `problems`, parser warnings are added to it.
-ParserOptionsPtr MakeOptions(std::vector<std::string>* problems) {
+// Options for decoding: raw 8-bit text read through the fallbacks.
+ParserOptionsPtr MakeOptions() {
   ParserOptionsPtr options(g_mime_parser_options_new());
   g_mime_parser_options_set_fallback_charsets(options.get(), kHeaderFallbackCharsets);
-  if (problems != nullptr) {
-    g_mime_parser_options_set_warning_callback(options.get(), RecordParserWarning,
-                                               problems);
-  }
   return options;
 }
 
@@ -94,28 +90,54 @@ void ReadHeaders(GMimeMessage* message, GMimeParserOptions* options, MailItem* i
   ReadDate(message, item);
 }
 
+// A thread's parser and options, reused from message to message: making
+// them costs more than parsing a short message.
+struct ThreadParser {
+  ParserOptionsPtr warned = MakeOptions();  // warnings go to the item
+  // Headers are decoded again from their raw values: warnings were given.
+  ParserOptionsPtr quiet = MakeOptions();
+  GObjectPtr<GMimeParser> parser{g_mime_parser_new()};
+};
+
+// Points the thread's warnings at one item while it is parsed.
+class WarningsTo {
+ public:
+  WarningsTo(GMimeParserOptions* options, std::vector<std::string>* problems)
+      : options_(options) {
+    g_mime_parser_options_set_warning_callback(options_, RecordParserWarning, problems);
+  }
+  ~WarningsTo() { g_mime_parser_options_set_warning_callback(options_, nullptr, nullptr); }
+  WarningsTo(const WarningsTo&) = delete;
+  WarningsTo& operator=(const WarningsTo&) = delete;
+
+ private:
+  GMimeParserOptions* options_;
+};
+
+void ParseInto(std::string_view raw, ThreadParser* p, MailItem* item) {
+  const WarningsTo warnings(p->warned.get(), &item->problems);
+  const BorrowedBytes bytes(raw);
+  GObjectPtr<GMimeStream> stream = bytes.NewStream();
+  g_mime_parser_init_with_stream(p->parser.get(), stream.get());
+  GObjectPtr<GMimeMessage> message(
+      g_mime_parser_construct_message(p->parser.get(), p->warned.get()));
+  if (message == nullptr) {
+    item->problems.push_back("not readable as a MIME message; kept whole as the body");
+    std::string problem;
+    item->body_plain = TextToUtf8(std::string(raw), "", &problem);
+    return;
+  }
+  ReadHeaders(message.get(), p->quiet.get(), item);
+  PartCollector(p->quiet.get(), item).Collect(g_mime_message_get_mime_part(message.get()));
+}
+
 }  // namespace
 
 MailItem ParseMessage(std::string_view raw) {
   InitGMimeOnce();
+  static thread_local ThreadParser parser;
   MailItem item;
-  // Declared first so that it outlives everything GMime built with it.
-  ParserOptionsPtr options = MakeOptions(&item.problems);
-  // Headers are decoded again from their raw values: warnings were given.
-  ParserOptionsPtr quiet_options = MakeOptions(nullptr);
-  const BorrowedBytes bytes(raw);
-  GObjectPtr<GMimeStream> stream = bytes.NewStream();
-  GObjectPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
-  GObjectPtr<GMimeMessage> message(
-      g_mime_parser_construct_message(parser.get(), options.get()));
-  if (message == nullptr) {
-    item.problems.push_back("not readable as a MIME message; kept whole as the body");
-    std::string problem;
-    item.body_plain = TextToUtf8(std::string(raw), "", &problem);
-    return item;
-  }
-  ReadHeaders(message.get(), quiet_options.get(), &item);
-  PartCollector(quiet_options.get(), &item).Collect(g_mime_message_get_mime_part(message.get()));
+  ParseInto(raw, &parser, &item);
   return item;
 }
 
