@@ -31,26 +31,29 @@ bool MboxStream::Next(std::string_view* message) {
 }
 
 void MboxStream::ReadMore() {
-  buffer_.erase(0, pos_);
+  // The unread rest moves to the front; the buffer keeps its size, so its
+  // memory is reused and never cleared again.
+  std::copy(buffer_.begin() + static_cast<std::ptrdiff_t>(pos_),
+            buffer_.begin() + static_cast<std::ptrdiff_t>(filled_), buffer_.begin());
   buffer_offset_ += pos_;
   lines_end_ -= pos_;
+  filled_ -= pos_;
   pos_ = 0;
   const size_t had = lines_end_;
   while (!eof_ && lines_end_ == had) {
     // A line or message longer than the buffer doubles it.
-    const size_t want = std::max(chunk_, buffer_.size());
-    const size_t old = buffer_.size();
-    buffer_.resize(old + want);
-    in_.read(&buffer_[old], static_cast<std::streamsize>(want));
-    buffer_.resize(old + static_cast<size_t>(in_.gcount()));
+    if (filled_ == buffer_.size()) buffer_.resize(std::max(chunk_, 2 * buffer_.size()));
+    in_.read(&buffer_[filled_], static_cast<std::streamsize>(buffer_.size() - filled_));
+    const size_t got = static_cast<size_t>(in_.gcount());
     if (in_.bad()) {
       failed_ = true;
       return;
     }
     eof_ = in_.eof();
-    const size_t newline = buffer_.rfind('\n');
-    if (newline != std::string::npos && newline >= lines_end_) lines_end_ = newline + 1;
-    if (eof_) lines_end_ = buffer_.size();
+    const size_t newline = std::string_view(buffer_).substr(filled_, got).rfind('\n');
+    if (newline != std::string_view::npos) lines_end_ = filled_ + newline + 1;
+    filled_ += got;
+    if (eof_) lines_end_ = filled_;
   }
 }
 

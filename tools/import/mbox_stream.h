@@ -49,6 +49,7 @@ class MboxStream {
   std::ifstream in_;
   size_t chunk_;
   std::string buffer_;          // bytes of the file from buffer_offset_ on
+  size_t filled_ = 0;           // how much of the buffer they fill
   uint64_t buffer_offset_ = 0;
   size_t lines_end_ = 0;        // the buffer's whole lines end here
   size_t pos_ = 0;              // the next entry starts here, or junk does
