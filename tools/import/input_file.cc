@@ -1,10 +1,10 @@
 #include "input_file.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 
@@ -28,43 +28,39 @@ class Descriptor {
 
 }  // namespace
 
-InputFile::~InputFile() { Release(); }
-
-void InputFile::Release() {
-  if (map_ != nullptr) munmap(map_, map_size_);
-  map_ = nullptr;
-  map_size_ = 0;
-  copy_.clear();
-  bytes_ = std::string_view();
-}
+InputFile::~InputFile() = default;
 
 bool InputFile::Open(const std::string& path) {
-  Release();
+  bytes_.clear();
   const Descriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat st;
   if (fd.get() < 0 || fstat(fd.get(), &st) != 0 || S_ISDIR(st.st_mode)) return false;
   if (S_ISREG(st.st_mode)) {
-    if (st.st_size == 0) return true;
-    // Populated up front: one pass over the page cache instead of a fault
-    // per page.
-    void* map = mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ,
-                     MAP_PRIVATE | MAP_POPULATE, fd.get(), 0);
-    if (map != MAP_FAILED) {
-      map_ = map;
-      map_size_ = static_cast<size_t>(st.st_size);
-      bytes_ = std::string_view(static_cast<const char*>(map), map_size_);
-      return true;
+    // Read whole rather than mapped: a file cut short while it is read then
+    // reads short instead of ending the process.
+    bytes_.resize(static_cast<size_t>(st.st_size));
+    size_t got = 0;
+    while (got < bytes_.size()) {
+      const ssize_t n = read(fd.get(), &bytes_[got], bytes_.size() - got);
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) {
+        bytes_.clear();
+        return false;
+      }
+      if (n == 0) break;
+      got += static_cast<size_t>(n);
     }
+    bytes_.resize(got);
+    return true;
   }
-  // Not mappable: read it whole.
+  // A pipe or device: read to its end.
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;
-  copy_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  bytes_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   if (in.bad()) {
-    copy_.clear();
+    bytes_.clear();
     return false;
   }
-  bytes_ = copy_;
   return true;
 }
 

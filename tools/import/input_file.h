@@ -1,5 +1,4 @@
-// An input file's bytes, mapped read-only into memory rather than copied:
-// the importer reads every message in place.
+// An input file's bytes, read whole: a calendar, or a message file.
 #pragma once
 
 #include <string>
@@ -20,12 +19,7 @@ class InputFile {
   std::string_view bytes() const { return bytes_; }
 
  private:
-  void Release();
-
-  std::string_view bytes_;
-  void* map_ = nullptr;  // the mapping, when there is one
-  size_t map_size_ = 0;
-  std::string copy_;  // the bytes of a file that cannot be mapped (a pipe)
+  std::string bytes_;
 };
 
 }  // namespace vimport

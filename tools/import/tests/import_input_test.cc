@@ -1,4 +1,4 @@
-// Reading inputs: mapped files, mbox messages handed out as views (one
+// Reading inputs: whole files, mbox messages handed out as views (one
 // unquoting buffer reused from message to message), mbox files read in
 // pieces, and messages decoded ahead of the writer on a thread of their own.
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ void Write(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
-TEST(InputFile, MapsFilesAndRefusesWhatIsNoFile) {
+TEST(InputFile, ReadsFilesAndRefusesWhatIsNoFile) {
   testutil::TempDir dir;
   const std::string bytes("line\n\0\xff tail", 12);
   Write(dir.File("a"), bytes);
@@ -32,13 +32,13 @@ TEST(InputFile, MapsFilesAndRefusesWhatIsNoFile) {
   InputFile file;
   ASSERT_TRUE(file.Open(dir.File("a")));
   EXPECT_EQ(file.bytes(), bytes);
-  ASSERT_TRUE(file.Open(dir.File("empty")));  // the earlier mapping goes
+  ASSERT_TRUE(file.Open(dir.File("empty")));  // the earlier bytes go
   EXPECT_TRUE(file.bytes().empty());
   EXPECT_FALSE(file.Open(dir.File("missing")));
   EXPECT_TRUE(file.bytes().empty());
   EXPECT_FALSE(file.Open(dir.path().string()));  // a directory
 #ifndef _WIN32
-  // Not mappable: read instead.
+  // A device, read to its end.
   EXPECT_TRUE(file.Open("/dev/null"));
   EXPECT_TRUE(file.bytes().empty());
 #endif
