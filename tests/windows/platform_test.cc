@@ -187,6 +187,7 @@ TEST(WindowsFile, OpenFileIsSharedAndExistingFilesAreTruncated) {
   EXPECT_NE(writer, INVALID_HANDLE_VALUE) << "error " << GetLastError();
   if (writer != INVALID_HANDLE_VALUE) CloseHandle(writer);
   store.Allocate(1000);
+  store.FlushZeros();  // the allocated zeros reach the shared file
   LARGE_INTEGER size;
   ASSERT_TRUE(GetFileSizeEx(reader, &size));
   EXPECT_EQ(size.QuadPart, 1512);
