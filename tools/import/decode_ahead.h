@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "input_file.h"
-#include "mbox_stream.h"
 #include "items.h"
+#include "mbox_stream.h"
 
 namespace vimport {
 

@@ -90,7 +90,6 @@ bool MboxReader::Next(std::string_view* message) {
     pos = next;
   }
   pos_ = pos;
-  last_unquoted_ = quoted;
   if (!quoted) {
     *message = DropSeparatorBlank(data_.substr(start, pos - start));
     return true;

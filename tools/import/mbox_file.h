@@ -21,8 +21,6 @@ class MboxReader {
   // the reader when a quoted line had to be unquoted; it stays valid until
   // the next call.
   bool Next(std::string_view* message);
-  // True when the last message had quoted lines: it lies in the reader.
-  bool last_unquoted() const { return last_unquoted_; }
   // Where in `data` the next entry (its separator line on) starts; after
   // the last message, the end of `data`.
   size_t position() const { return pos_; }
@@ -31,7 +29,6 @@ class MboxReader {
   std::string_view data_;
   size_t pos_ = 0;
   std::string unquoted_;
-  bool last_unquoted_ = false;
 };
 
 // Every message of an mbox file, as MboxReader reads them.
