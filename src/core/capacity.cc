@@ -26,10 +26,10 @@ size_t TreePageCount(size_t entries, size_t leaf_capacity) {
 
 CloseForecast::CloseForecast(const FolderRegistry& folders,
                              const ContentsRegistry& contents,
-                             const RowBytes& row_bytes,
+                             const FolderTallies& tallies,
                              const NamedPropertyMap& names)
     : folders_(folders, &folder_nodes_), contents_(contents),
-      row_bytes_(row_bytes), names_(names),
+      tallies_(tallies), names_(names),
       base_folders_(folders.size()), first_planned_id_(folders.next_id()) {}
 
 uint64_t CloseForecast::Resolve(const std::string& path) {
@@ -50,7 +50,7 @@ void CloseForecast::File(uint64_t folder, uint32_t kind, size_t blocks,
                          uint64_t bytes, uint64_t row_bytes) {
   // The row's NID does not change the size of anything close writes.
   contents_[folder].push_back({0, kind});
-  row_bytes_[folder] += row_bytes;
+  tallies_[folder].Add(kind, row_bytes);
   ++items_;
   item_blocks_ += blocks;
   item_bytes_ += bytes;
@@ -71,10 +71,10 @@ uint64_t CloseForecast::RecordBlockBytes(
     bytes += ndb::BlockSize(ndb::FolderRecordSize(f->name.size(), f->children.size()));
   }
   for (const auto& entry : contents_) {
-    const auto rows = row_bytes_.find(entry.first);
+    const auto tally = tallies_.find(entry.first);
     bytes += ndb::BlockSize(ndb::ContentListSize(entry.second.size())) +
              ndb::BlockSize(ndb::kRowBlockHeaderSize +
-                            (rows == row_bytes_.end() ? 0 : rows->second));
+                            (tally == tallies_.end() ? 0 : tally->second.row_bytes));
   }
   if (!contents_.empty()) {
     bytes += ndb::BlockSize(ndb::ContentTableIndexSize(contents_.size()));
@@ -82,11 +82,7 @@ uint64_t CloseForecast::RecordBlockBytes(
   return bytes;
 }
 
-size_t ClassUnits(const std::vector<ContentRecord>& records) {
-  size_t units = 0;
-  for (const ContentRecord& r : records) units += std::strlen(MessageClassOf(r.kind));
-  return units;
-}
+size_t ClassUnits(uint32_t kind) { return std::strlen(MessageClassOf(kind)); }
 
 namespace {
 
@@ -117,9 +113,10 @@ bool SameBlocksWhenGrown(const FolderCost& known, const FolderCost& later) {
 std::optional<size_t> CloseForecast::FolderBlocks(uint64_t id,
                                                   FolderCostMemo* memo) const {
   const auto contents = contents_.find(id);
+  const auto tally = tallies_.find(id);
   FolderCost cost{folders_.Get(id)->children.size(),
                   contents == contents_.end() ? 0 : contents->second.size(),
-                  contents == contents_.end() ? 0 : ClassUnits(contents->second),
+                  tally == tallies_.end() ? 0 : tally->second.class_units,
                   folders_.ContainerClass(id, ""), std::nullopt, {}};
   // A planned folder, or one given planned children, has names that may
   // never be written: its state must not stand for a later one.
@@ -189,7 +186,7 @@ ClosePlan Virel::Impl::PlanClose(const CloseForecast& forecast) const {
 }
 
 CapacityUse Virel::Impl::PredictClose() const {
-  return PlanClose(CloseForecast(folders_, contents_, row_bytes_, names_)).use;
+  return PlanClose(CloseForecast(folders_, contents_, tallies_, names_)).use;
 }
 
 Fit Virel::Impl::CheckMessage(const std::string& folder_path,
@@ -204,7 +201,7 @@ Fit Virel::Impl::CheckMessage(const std::string& folder_path,
   } catch (const std::exception&) {
     return Fit::kItemRefused;
   }
-  CloseForecast forecast(folders_, contents_, row_bytes_, names_);
+  CloseForecast forecast(folders_, contents_, tallies_, names_);
   forecast.File(forecast.Resolve(folder_path), kContentMessage,
                 item.block_count(), counter.written_bytes(),
                 RowSize(MessageRowCells(m, nullptr)));
@@ -214,7 +211,7 @@ Fit Virel::Impl::CheckMessage(const std::string& folder_path,
 Fit Virel::Impl::CheckEvent(const std::string& folder_path,
                             const EventRecord& e) const {
   RequireOpen();
-  CloseForecast forecast(folders_, contents_, row_bytes_, names_);
+  CloseForecast forecast(folders_, contents_, tallies_, names_);
   const uint64_t folder = forecast.Resolve(folder_path);
   // As AddEvent does it: the folder first, then the event's one context.
   ndb::NodeRegistry item;

@@ -66,10 +66,20 @@ using FolderCostMemo = std::unordered_map<uint64_t, FolderCost>;
 // known to take the blocks it took before without being built again.
 inline constexpr size_t kMaxContentsRowBytes = 64;
 inline constexpr size_t kMaxContentsRowAllocations = 2;
-// UTF-16 units of the message classes of `records`' rows.
-size_t ClassUnits(const std::vector<ContentRecord>& records);
-// Bytes of each folder's rows in the bookkeeping row blocks, by folder ID.
-using RowBytes = std::map<uint64_t, uint64_t>;
+// UTF-16 units of the message class a row of `kind` lists.
+size_t ClassUnits(uint32_t kind);
+
+// What a folder's items add up to, kept as they are filed.
+struct FolderTally {
+  uint64_t row_bytes = 0;   // of its rows in the bookkeeping row blocks
+  size_t class_units = 0;   // of its contents rows' message classes
+  void Add(uint32_t kind, uint64_t item_row_bytes) {
+    row_bytes += item_row_bytes;
+    class_units += ClassUnits(kind);
+  }
+};
+// By folder ID.
+using FolderTallies = std::map<uint64_t, FolderTally>;
 
 struct ClosePlan {
   CapacityUse use;  // a lower bound when a folder's tables would not fit
@@ -81,7 +91,7 @@ struct ClosePlan {
 class CloseForecast {
  public:
   CloseForecast(const FolderRegistry& folders, const ContentsRegistry& contents,
-                const RowBytes& row_bytes, const NamedPropertyMap& names);
+                const FolderTallies& tallies, const NamedPropertyMap& names);
   CloseForecast(const CloseForecast&) = delete;
   CloseForecast& operator=(const CloseForecast&) = delete;
 
@@ -111,7 +121,7 @@ class CloseForecast {
   ndb::NodeRegistry folder_nodes_;  // NIDs of planned folders
   FolderRegistry folders_;
   ContentsRegistry contents_;
-  RowBytes row_bytes_;
+  FolderTallies tallies_;
   NamedPropertyMap names_;
   size_t base_folders_;
   uint64_t first_planned_id_;

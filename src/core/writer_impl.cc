@@ -68,8 +68,10 @@ void Virel::Impl::LinkToFolder(uint64_t nid, uint32_t folder_nid) {
   nodes_.PutNode(node);
 }
 
-void Virel::Impl::AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind) {
+void Virel::Impl::AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind,
+                             uint64_t row_bytes) {
   contents_[folder_id].push_back({nid, kind});
+  tallies_[folder_id].Add(kind, row_bytes);
 }
 
 uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
@@ -85,8 +87,7 @@ uint64_t Virel::Impl::AddMessage(const std::string& folder_path,
     const StoredMessage& stored =
         items_.messages[r.nid] = StoreMessage(r, m, &properties);
     const uint64_t folder = folders_.Resolve(folder_path);
-    AddContent(folder, r.nid, kContentMessage);
-    row_bytes_[folder] += RowSize(stored.row);
+    AddContent(folder, r.nid, kContentMessage, RowSize(stored.row));
     LinkToFolder(r.nid, folders_.NidOf(folder));
     ++messages_added_;
     return r.nid;
@@ -103,10 +104,9 @@ uint64_t Virel::Impl::AddEvent(const std::string& folder_path,
   const EventResult r = serialize_event(e, folders_.NidOf(folder), &names_,
                                         data_.get(), &nodes_, &properties);
   ++events_added_;
-  AddContent(folder, r.nid, kContentEvent);
   const StoredEvent& stored = items_.events[r.nid] =
       StoreEvent(r, e, &properties, &names_);
-  row_bytes_[folder] += RowSize(stored.row);
+  AddContent(folder, r.nid, kContentEvent, RowSize(stored.row));
   folders_.SetContainerClass(folder, kCalendarContainerClass);
   return r.nid;
 }

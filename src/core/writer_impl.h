@@ -64,7 +64,7 @@ class Virel::Impl {
   void ReserveHead();
   void CreateDefaultFolders();
   void RequireOpen() const;
-  void AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind);
+  void AddContent(uint64_t folder_id, uint64_t nid, uint32_t kind, uint64_t row_bytes);
   ClosePlan PlanClose(const CloseForecast& forecast) const;
   void LinkToFolder(uint64_t nid, uint32_t folder_nid);
   void Finalise();
@@ -86,8 +86,8 @@ class Virel::Impl {
   bool finalised_ = false;
   // What close writes for each folder, kept between capacity checks.
   mutable FolderCostMemo folder_costs_;
-  // Bytes of each folder's rows in the bookkeeping row blocks.
-  RowBytes row_bytes_;
+  // What each folder's items add up to.
+  FolderTallies tallies_;
 };
 
 }  // namespace virel

@@ -372,9 +372,9 @@ TEST(CoreCapacity, ContentsTablesGrowWithinTheForecastsBounds) {
       const ContentsTableSize same = ContentsTableOf(shuffled);
       EXPECT_EQ(same.heap_bytes, now.heap_bytes) << n;
       EXPECT_EQ(same.allocations, now.allocations) << n;
-      ContentsRegistry registry;
-      for (uint32_t kind : rows) registry[1].push_back({0, kind});
-      EXPECT_EQ(ClassUnits(registry[1]) * 2, now.heap_bytes - ContentsTableOf(
+      FolderTally tally;
+      for (uint32_t kind : rows) tally.Add(kind, 0);
+      EXPECT_EQ(tally.class_units * 2, now.heap_bytes - ContentsTableOf(
           std::vector<uint32_t>(rows.size(), 0)).heap_bytes) << n;
     }
     before = now;
